@@ -1,0 +1,4 @@
+#pragma once
+
+/// @file
+/// The MFC value types of namespace `kvtmfc`, all of them.

@@ -1,0 +1,271 @@
+#pragma once
+
+/// @file
+/// The Win32 calls of the library on systems that are not Windows: names, arguments, results and error numbers of
+/// Windows, over the POSIX file system and ICU.
+///
+/// Unless a call says otherwise: it returns FALSE, 0, null or INVALID_HANDLE_VALUE on failure and leaves the reason in
+/// GetLastError; after success the last error is not touched; null text is refused as an empty one is; calls may run
+/// in several threads at once. Paths are `X:\a\b` (folder `<prefix>/drive_x/a/b`), `Z:\a` (`/a`), relative, or a POSIX
+/// path that begins with "/". Both separators are read. A component that does not exist as spelled is looked up
+/// without regard to case. The prefix is `$KVTFILE_PREFIX`, else `$XDG_DATA_HOME/kvtfile`, else
+/// `~/.local/share/kvtfile`, read once, at the first call that needs a path. Handles are not inherited by child
+/// processes.
+#include "kvtfile/export.h"
+#include "wintypes.h"
+
+// ---- Errors and messages ----------------------------------------------------------------------------------------
+
+/// The calling thread's last error number; 0 at the start of a thread.
+KVTFILE_API DWORD GetLastError();
+
+/// Sets the calling thread's last error number.
+KVTFILE_API void SetLastError(DWORD error);
+
+/// The English text of a system error number, ended by CR LF and a NUL.
+/// @param flags FORMAT_MESSAGE_FROM_SYSTEM and FORMAT_MESSAGE_IGNORE_INSERTS; anything else is refused (87).
+/// @param source, language, arguments Not looked at.
+/// @param message The error number.
+/// @param buffer, size Receives the text; size in characters, the NUL included.
+/// @return Characters written, the NUL not counted. 0 with error 122: the buffer is too small (its content is
+///         unchanged); 0 with error 317: the number has no text.
+KVTFILE_API DWORD FormatMessageW(DWORD flags, LPCVOID source, DWORD message, DWORD language, LPWSTR buffer, DWORD size,
+                                 void* arguments);
+
+// ---- Open files -------------------------------------------------------------------------------------------------
+
+/// Opens or creates a file.
+///
+/// Share modes are honoured among the handles of this process; an open that they forbid fails with error 32. A file
+/// without any write permission bit is read-only for everybody, as the read-only attribute is.
+/// @param attributes FILE_ATTRIBUTE_READONLY, HIDDEN and SYSTEM are given to a new file; FILE_FLAG_BACKUP_SEMANTICS
+///        opens folders too (for times and attributes); other flags change nothing.
+/// @param security, pattern Not looked at.
+/// @return The handle, to be closed with CloseHandle. CREATE_ALWAYS and OPEN_ALWAYS on an existing file leave last
+///         error 183, on a new one 0. Errors: 2 no such file, 3 no such folder or empty path, 5 a folder, a read-only
+///         file or no right, 32 sharing, 80 CREATE_NEW and it exists, 87 unknown disposition, 123 a character that a
+///         name may not hold or a separator at the end, 206 too long.
+KVTFILE_API HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
+                               DWORD disposition, DWORD attributes, HANDLE pattern);
+
+/// Reads up to `wanted` bytes at the file pointer. At or past the end of the file: success, 0 bytes.
+/// @param got Receives the number of bytes read; 0 on failure.
+KVTFILE_API BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD wanted, LPDWORD got, LPOVERLAPPED overlapped);
+
+/// Writes bytes at the file pointer. Success may stand for fewer bytes than asked: look at `written`.
+KVTFILE_API BOOL WriteFile(HANDLE file, LPCVOID bytes, DWORD count, LPDWORD written, LPOVERLAPPED overlapped);
+
+/// Moves the file pointer; beyond the end is allowed, before the start is error 131.
+/// @param distanceHigh Upper half of the distance and of the result, or null for a 32-bit distance.
+/// @return Lower half of the new position; INVALID_SET_FILE_POINTER may be a position: then GetLastError is 0.
+KVTFILE_API DWORD SetFilePointer(HANDLE file, LONG distance, LONG* distanceHigh, DWORD origin);
+
+/// As SetFilePointer with 64-bit values; `position` may be null.
+KVTFILE_API BOOL SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, LARGE_INTEGER* position, DWORD origin);
+
+/// Size in bytes. INVALID_FILE_SIZE may be the lower half of a size: then GetLastError is 0.
+KVTFILE_API DWORD GetFileSize(HANDLE file, LPDWORD sizeHigh);
+KVTFILE_API BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size);
+
+/// Cuts or extends the file at the file pointer.
+KVTFILE_API BOOL SetEndOfFile(HANDLE file);
+
+/// Returns when the file's content is on the storage device. The handle needs write access (else error 5).
+KVTFILE_API BOOL FlushFileBuffers(HANDLE file);
+
+/// Closes a handle of CreateFileW. Error 6: not an open handle.
+KVTFILE_API BOOL CloseHandle(HANDLE handle);
+
+/// Times of an open file; any pointer may be null. The creation time is the last-write time: it is not kept.
+KVTFILE_API BOOL GetFileTime(HANDLE file, LPFILETIME creation, LPFILETIME access, LPFILETIME write);
+
+/// Sets times (null or zero leaves one as it is); the creation time is accepted and not kept. Needs a handle opened
+/// with GENERIC_WRITE or FILE_WRITE_ATTRIBUTES (else error 5).
+KVTFILE_API BOOL SetFileTime(HANDLE file, const FILETIME* creation, const FILETIME* access, const FILETIME* write);
+
+// ---- Files and folders by name ----------------------------------------------------------------------------------
+
+/// FILE_ATTRIBUTE_DIRECTORY for folders, else FILE_ATTRIBUTE_ARCHIVE; READONLY when nobody may write; HIDDEN for names
+/// with a leading dot, and HIDDEN and SYSTEM as set; REPARSE_POINT for a symbolic link to a folder.
+/// @return INVALID_FILE_ATTRIBUTES on failure (2, 3, 5, 123, 206).
+KVTFILE_API DWORD GetFileAttributesW(LPCWSTR path);
+
+/// Attributes, times and size of a file or folder. `data` is a WIN32_FILE_ATTRIBUTE_DATA, unchanged on failure.
+KVTFILE_API BOOL GetFileAttributesExW(LPCWSTR path, GET_FILEEX_INFO_LEVELS level, LPVOID data);
+
+/// Sets READONLY (all write bits taken, or given back as far as the umask allows), HIDDEN and SYSTEM (kept in the
+/// extended attribute user.DOSATTRIB); the other attributes cannot be chosen.
+/// Error 50: the file system keeps no extended attributes and HIDDEN or SYSTEM was to change.
+KVTFILE_API BOOL SetFileAttributesW(LPCWSTR path, DWORD attributes);
+
+/// Finds the first entry that matches a path whose last component may hold "*" and "?" (any text; one character).
+///
+/// "*" and "*.*" match every name, "*." names without extension, a "?" before a dot or at the end also no character;
+/// letters match without regard to case. Only the long name is matched. Entries come sorted by upper-cased UTF-16
+/// code units, "." and ".." first (not in the root of a drive). A symbolic link without target is not listed. A name
+/// that is not UTF-8 comes out with U+DC00 + byte for each byte that does not decode, and can be opened by that name.
+/// @return A handle for FindNextFileW, to be closed with FindClose. Errors: 2 nothing matches or a separator at the
+///         end, 3 no such folder or an empty path, 123 a wildcard in the folder part, 267 the folder part is a file.
+/// Complexity: reads and sorts the whole folder once.
+KVTFILE_API HANDLE FindFirstFileW(LPCWSTR pattern, LPWIN32_FIND_DATAW data);
+
+/// The next entry; FALSE with error 18 after the last one.
+KVTFILE_API BOOL FindNextFileW(HANDLE find, LPWIN32_FIND_DATAW data);
+
+KVTFILE_API BOOL FindClose(HANDLE find);
+
+/// Makes one folder. Errors: 3 parent missing or empty path, 123 bad characters, 183 exists, 206 too long.
+KVTFILE_API BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES security);
+
+/// Removes an empty folder. Errors: 2, 3, 5, 145 not empty, 267 a file.
+KVTFILE_API BOOL RemoveDirectoryW(LPCWSTR path);
+
+/// Deletes a file. Errors: 2, 3, 5 a folder or a read-only file, 32 open without delete sharing.
+KVTFILE_API BOOL DeleteFileW(LPCWSTR path);
+
+/// Renames a file or folder; an existing target is error 183. Between file systems files are copied, then deleted.
+KVTFILE_API BOOL MoveFileW(LPCWSTR from, LPCWSTR to);
+
+/// As MoveFileW with MOVEFILE_REPLACE_EXISTING (one step; a read-only file or a folder as target is error 5),
+/// MOVEFILE_COPY_ALLOWED (else another file system is error 17) and MOVEFILE_WRITE_THROUGH.
+KVTFILE_API BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags);
+
+/// Copies a file with its last-write time, read-only, hidden and system attributes. Errors: 80 it exists and
+/// `failIfExists`, 5 the target is a folder or read-only, 32 onto itself. A failed copy leaves no new file behind.
+KVTFILE_API BOOL CopyFileW(LPCWSTR from, LPCWSTR to, BOOL failIfExists);
+
+// ---- Well-known folders and names -------------------------------------------------------------------------------
+// These return the length without the NUL; a buffer that is too small gives the size needed with the NUL, unchanged.
+
+/// "C:\windows\system32".
+KVTFILE_API UINT GetSystemDirectoryW(LPWSTR buffer, UINT size);
+/// "C:\windows".
+KVTFILE_API UINT GetWindowsDirectoryW(LPWSTR buffer, UINT size);
+/// The user's folder for temporary files, ended by "\": "C:\users\NAME\Temp\". It exists afterwards.
+KVTFILE_API DWORD GetTempPathW(DWORD size, LPWSTR buffer);
+/// The process's current folder, without a "\" at the end except for a root.
+KVTFILE_API DWORD GetCurrentDirectoryW(DWORD size, LPWSTR buffer);
+/// Error 2: no such folder (3: its parent is missing); 267: a file.
+KVTFILE_API BOOL SetCurrentDirectoryW(LPCWSTR path);
+
+/// The absolute form of a path with a drive letter, "\" as separator, "." and ".." resolved by text alone.
+/// @param filePart Receives a pointer to the last component in the buffer, null when the path ends in "\"; may be null.
+KVTFILE_API DWORD GetFullPathNameW(LPCWSTR path, DWORD size, LPWSTR buffer, LPWSTR* filePart);
+
+/// Makes a name for a temporary file: folder, up to three characters of `prefix`, a hexadecimal number, ".tmp".
+/// @param unique 0: a number is chosen and the empty file created; else its lower 16 bits are used, nothing created.
+/// @param name Receives the path: room for MAX_PATH characters.
+/// @return The number used. Errors: 267 `folder` is no folder, 206 the path would not fit.
+KVTFILE_API UINT GetTempFileNameW(LPCWSTR folder, LPCWSTR prefix, UINT unique, LPWSTR name);
+
+/// The computer's upper-cased name, at most 15 characters.
+/// @param size In: the buffer's room. Out: the length; error 111: the room needed, the NUL included.
+KVTFILE_API BOOL GetComputerNameW(LPWSTR buffer, LPDWORD size);
+
+// ---- Modules and the process ------------------------------------------------------------------------------------
+
+/// Path of a loaded module; null is the program. A buffer that is too small gets a cut text with a NUL, the result is
+/// `size` and the last error 122. Error 126: not a module.
+KVTFILE_API DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD size);
+
+/// The handle of a module that is loaded already (not counted: do not free it); null name: the program.
+KVTFILE_API HMODULE GetModuleHandleW(LPCWSTR name);
+
+/// Loads a shared library by path or, without a folder, by the system's search rules. Error 126: it cannot be loaded.
+KVTFILE_API HMODULE LoadLibraryW(LPCWSTR path);
+KVTFILE_API BOOL FreeLibrary(HMODULE module);
+
+/// Address of an exported symbol. Error 127: none.
+KVTFILE_API FARPROC GetProcAddress(HMODULE module, LPCSTR name);
+
+KVTFILE_API DWORD GetCurrentProcessId();
+KVTFILE_API DWORD GetCurrentThreadId();
+KVTFILE_API void Sleep(DWORD milliseconds);
+/// Milliseconds of a clock that never goes back; its start is not defined.
+KVTFILE_API ULONGLONG GetTickCount64();
+
+// ---- Time -------------------------------------------------------------------------------------------------------
+
+/// Now, in UTC and in local time.
+KVTFILE_API void GetSystemTime(LPSYSTEMTIME time);
+KVTFILE_API void GetLocalTime(LPSYSTEMTIME time);
+KVTFILE_API void GetSystemTimeAsFileTime(LPFILETIME time);
+
+/// Shifts by the time zone's present difference from UTC, whatever the season of `utc`.
+KVTFILE_API BOOL FileTimeToLocalFileTime(const FILETIME* utc, LPFILETIME local);
+KVTFILE_API BOOL LocalFileTimeToFileTime(const FILETIME* local, LPFILETIME utc);
+
+/// Error 87: a value at or above 2^63.
+KVTFILE_API BOOL FileTimeToSystemTime(const FILETIME* time, LPSYSTEMTIME result);
+
+/// The day of the week is not looked at. Error 87: not a date from 1601 to 30827.
+KVTFILE_API BOOL SystemTimeToFileTime(const SYSTEMTIME* time, LPFILETIME result);
+
+/// Date and time as a DATE; milliseconds are dropped. Days and times out of range are carried over (February 30 is
+/// March 1 or 2); years 0-29 are 20xx, 30-99 19xx. @return 0 (result unchanged): month above 12, or a year outside
+/// 100-9999.
+KVTFILE_API INT SystemTimeToVariantTime(SYSTEMTIME* time, double* result);
+
+/// A DATE as date and time, rounded to the nearest second. @return 0: outside the years 100-9999.
+KVTFILE_API INT VariantTimeToSystemTime(double time, LPSYSTEMTIME result);
+
+// ---- Code pages -------------------------------------------------------------------------------------------------
+
+/// Bytes of a code page to UTF-16.
+///
+/// Invalid input becomes the page's default character (936: one "?" for both bytes of a bad pair; UTF-8: one U+FFFD
+/// for each longest part of a sequence that could still have become one). Marks at the start are characters as others.
+/// @param flags 0 or MB_ERR_INVALID_CHARS (then invalid input is error 1113). UTF-7 takes no flag (1004).
+/// @param bytes, size Input; -1: up to and with the NUL.
+/// @param room Characters of `text`; 0: only the length needed is returned.
+/// @return Characters; 0 on failure. Errors: 87 empty input, null pointers or a page that is not known, 122 `text`
+///         is too small, 1004, 1113.
+/// Complexity: linear.
+KVTFILE_API int MultiByteToWideChar(UINT page, DWORD flags, LPCSTR bytes, int size, LPWSTR text, int room);
+
+/// UTF-16 to the bytes of a code page.
+///
+/// A character that the page lacks becomes the default character (and `*usedDefault` TRUE), each half of a surrogate
+/// pair by itself. Without WC_NO_BEST_FIT_CHARS a similar character of the page is taken where Windows has one,
+/// silently. A lone surrogate is U+FFFD in UTF-8, or error 1113 with WC_ERR_INVALID_CHARS.
+/// @param defaultChar The default character in the page's own bytes; null: the page's own ("?").
+/// @param usedDefault May be null. For pages 65000 and 65001 it and `defaultChar` must be null (87).
+/// @return Bytes; 0 on failure. Errors as for MultiByteToWideChar.
+KVTFILE_API int WideCharToMultiByte(UINT page, DWORD flags, LPCWSTR text, int size, LPSTR bytes, int room,
+                                    LPCSTR defaultChar, LPBOOL usedDefault);
+
+/// TRUE when both conversions know the page.
+KVTFILE_API BOOL IsValidCodePage(UINT page);
+
+/// The process's ANSI and OEM code pages, after the locale's language: 1252 and 437 but for those that have others
+/// (zh_CN 936 and 936).
+KVTFILE_API UINT GetACP();
+KVTFILE_API UINT GetOEMCP();
+
+// ---- Memory blocks ----------------------------------------------------------------------------------------------
+
+/// A block of memory, aligned to 16 bytes, zeroed with GMEM_ZEROINIT. Null with error 8: no memory.
+KVTFILE_API HGLOBAL GlobalAlloc(UINT flags, SIZE_T size);
+/// The block's address; each successful call on a moveable block is undone by one GlobalUnlock.
+KVTFILE_API LPVOID GlobalLock(HGLOBAL memory);
+/// TRUE while the block stays locked; FALSE with error 0 when this undid the last lock, with 158 when there was none.
+/// A fixed block is never locked: TRUE.
+KVTFILE_API BOOL GlobalUnlock(HGLOBAL memory);
+/// Bytes asked for; 0 for null (6).
+KVTFILE_API SIZE_T GlobalSize(HGLOBAL memory);
+/// @return Null: done.
+KVTFILE_API HGLOBAL GlobalFree(HGLOBAL memory);
+
+// ---- Runtime library --------------------------------------------------------------------------------------------
+
+/// The integer at the start of a text: blanks skipped (all of Unicode), a sign, decimal digits (also those of other
+/// scripts). Out of range: the nearest value, with errno ERANGE. No number: 0.
+KVTFILE_API int _wtoi(LPCWSTR text);
+/// The number at the start of a text, decimal point ".": decimal with an e or E exponent, hexadecimal ("0x1.8p1"),
+/// "inf", "nan". Out of range: an infinity or 0, with errno ERANGE. No number: 0.
+KVTFILE_API double _wtof(LPCWSTR text);
+
+/// Splits a path by text alone: drive ("C:"), folder with its last separator, name, extension with its dot.
+/// Any result may be null; they have room for _MAX_DRIVE, _MAX_DIR, _MAX_FNAME and _MAX_EXT characters, longer parts
+/// are cut.
+KVTFILE_API void _wsplitpath(LPCWSTR path, LPWSTR drive, LPWSTR folder, LPWSTR name, LPWSTR extension);

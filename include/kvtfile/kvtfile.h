@@ -1,0 +1,11 @@
+#pragma once
+
+/// @file
+/// The whole interface of the library.
+
+#include "kvtfile/DataPath.h"
+#include "kvtfile/FileBase.h"
+#include "kvtfile/IniFile.h"
+#include "kvtfile/XmlCfg.h"
+#include "kvtfile/XmlFile.h"
+#include "kvtfile/types.h"

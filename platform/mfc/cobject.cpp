@@ -2,15 +2,29 @@
 // go in any order.
 #include "platform/mfc/cobject.h"
 
+#include <atomic>
 #include <cstring>
-#include <mutex>
+#include <thread>
 
 namespace kvtmfc {
 
 namespace {
 
-constinit std::mutex classListLock;
+// Held for a few instructions only; unlike a mutex it needs no construction on any target.
+constinit std::atomic_flag classListBusy = ATOMIC_FLAG_INIT;
 constinit CRuntimeClass* classList = nullptr;
+
+class ClassListGuard {
+public:
+    ClassListGuard() {
+        while (classListBusy.test_and_set(std::memory_order_acquire)) {
+            std::this_thread::yield();
+        }
+    }
+    ~ClassListGuard() { classListBusy.clear(std::memory_order_release); }
+    ClassListGuard(const ClassListGuard&) = delete;
+    ClassListGuard& operator=(const ClassListGuard&) = delete;
+};
 
 }  // namespace
 
@@ -28,7 +42,7 @@ bool CRuntimeClass::IsDerivedFrom(const CRuntimeClass* base) const {
 }
 
 CRuntimeClass* CRuntimeClass::FromName(LPCSTR name) {
-    const std::lock_guard guard(classListLock);
+    const ClassListGuard guard;
     CRuntimeClass* found = classList;
     while (found && std::strcmp(found->m_lpszClassName, name) != 0) {
         found = found->m_pNextClass;
@@ -37,13 +51,13 @@ CRuntimeClass* CRuntimeClass::FromName(LPCSTR name) {
 }
 
 AFX_CLASSINIT::AFX_CLASSINIT(CRuntimeClass* runtimeClass) : m_pClass(runtimeClass) {
-    const std::lock_guard guard(classListLock);
+    const ClassListGuard guard;
     m_pClass->m_pNextClass = classList;
     classList = m_pClass;
 }
 
 AFX_CLASSINIT::~AFX_CLASSINIT() {
-    const std::lock_guard guard(classListLock);
+    const ClassListGuard guard;
     CRuntimeClass** link = &classList;
     while (*link && *link != m_pClass) {
         link = &(*link)->m_pNextClass;

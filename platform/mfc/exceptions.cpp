@@ -18,6 +18,8 @@ IMPLEMENT_DYNAMIC(CArchiveException, CException)
 
 namespace {
 
+constexpr DWORD diskQuotaExceeded = 1295;  // not named by every windows.h
+
 struct ErrorCause {
     DWORD error;
     int cause;
@@ -52,7 +54,7 @@ constexpr ErrorCause errorCauses[] = {
     {ERROR_LOCK_VIOLATION, CFileException::lockViolation},
     {ERROR_DISK_FULL, CFileException::diskFull},
     {ERROR_HANDLE_DISK_FULL, CFileException::diskFull},
-    {ERROR_DISK_QUOTA_EXCEEDED, CFileException::diskFull},
+    {diskQuotaExceeded, CFileException::diskFull},
     {ERROR_HANDLE_EOF, CFileException::endOfFile},
 };
 

@@ -9,6 +9,8 @@ void PrepareEnvironment() {
     RemoveTree(_T("C:\\ORVASOFT"));
 }
 
-void CleanEnvironment() { PrepareEnvironment(); }
+void CleanEnvironment() {
+    PrepareEnvironment();
+}
 
 }  // namespace kvttest::detail

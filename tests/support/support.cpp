@@ -49,9 +49,13 @@ TestFolder::TestFolder() {
     }
 }
 
-TestFolder::~TestFolder() { RemoveTree(m_path); }
+TestFolder::~TestFolder() {
+    RemoveTree(m_path);
+}
 
-CString TestFolder::Path(const CString& name) const { return m_path + _T("\\") + name; }
+CString TestFolder::Path(const CString& name) const {
+    return m_path + _T("\\") + name;
+}
 
 std::vector<std::string> TestFolder::Names() const {
     std::vector<std::string> names;
@@ -103,7 +107,9 @@ std::string ReadBytes(const CString& path) {
     return bytes;
 }
 
-bool Exists(const CString& path) { return ::GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES; }
+bool Exists(const CString& path) {
+    return ::GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES;
+}
 
 void MakeFolders(const CString& path) {
     for (int at = path.Find(_T('\\'), 3); at >= 0; at = path.Find(_T('\\'), at + 1)) {

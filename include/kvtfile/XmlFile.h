@@ -374,6 +374,7 @@ protected:
         CString encoding;            ///< of the narrow side; empty or unknown: the system's ANSI code page
         const void* from = nullptr;  ///< bytes, or wide characters; not owned
         int fromCount = 0;           ///< in bytes, or in wide characters
+        int room = 0;                ///< of the output, in wide characters, or in bytes
         bool toWide = false;         ///< direction: true from bytes to wide text
         bool lost = false;           ///< set when a character had to be replaced
     };
@@ -439,6 +440,8 @@ protected:
     // --- Text files (textfile.cpp, encoding*.cpp)
 
     static bool x_Open(LPCWSTR path, FilePos& file);
+    static bool x_OpenForReading(LPCWSTR path, FilePos& file);
+    static bool x_OpenForWriting(LPCWSTR path, FilePos& file);
     static bool x_Close(FilePos& file);
     static bool x_Read(void* buffer, FilePos& file);
     static bool x_ReadText(CString& text, FilePos& file);

@@ -16,7 +16,10 @@
 #endif
 #include <tchar.h>
 #include <windows.h>
-// Member names of the classes in this folder that windows.h turns into other names.
+// Names of members in this folder that windows.h turns into other names.
+#undef FindFirstFile
+#undef FindNextFile
+#undef GetFileTitle
 #undef GetCurrentTime
 #else
 #include "../win32/wintypes.h"

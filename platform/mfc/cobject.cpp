@@ -83,6 +83,4 @@ void CObject::Serialize(CArchive&) {}
 
 void CObject::AssertValid() const {}
 
-void CObject::Dump(CDumpContext&) const {}
-
 }  // namespace kvtmfc

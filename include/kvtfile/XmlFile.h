@@ -11,6 +11,8 @@
 
 namespace kvtfile {
 
+struct ScannedNode;
+
 /// A text argument: a `CString`, a NUL-terminated wide text, or nothing (null). It passes the characters on up to the
 /// first NUL and owns none of them, so that it must not outlive what it was made from.
 class MCD_CSTR {
@@ -379,12 +381,16 @@ protected:
         bool lost = false;           ///< set when a character had to be replaced
     };
 
+    struct Parser;  ///< one run of the element parser (xml/parser.h)
+
     // --- Model (model.cpp) and parser (parse.cpp, node.cpp)
 
     bool x_ParseDoc();
     int x_ParseElem(int parent, TokenPos& token);
     static int x_ParseNode(TokenPos& token, NodePos& node);
+    static CString x_ErrorText(const ScannedNode& node);
     bool x_AllocPosArray(int wanted);
+    void x_FreePosArray();
     int x_GetFreePos();
     int x_ReleasePos(int position);
     void x_SetPos(int parent, int main, int child);
@@ -402,7 +408,10 @@ protected:
     static bool x_FindAttrib(TokenPos& token, LPCWSTR name, int index = 0);
     static bool x_Matches(const TokenPos& token, LPCWSTR name);
     static CString x_TokenText(const TokenPos& token);
+    bool x_AttribStart(int position, TokenPos& token) const;
     CString x_GetTagName(int position) const;
+    int x_SkipBlanks(int offset) const;
+    int x_SubDocEnd(int position) const;
     CString x_GetData(int position) const;
     CString x_GetAttrib(int position, LPCWSTR name) const;
     CString x_GetSubDoc(int position) const;
@@ -427,13 +436,26 @@ protected:
     void x_LinkElem(int parent, int previous, int position);
     int x_UnlinkElem(int position);
     void x_ReleaseChildren(int position);
+    int x_ChildBefore(int parent, int offset, int guess) const;
+    bool x_HasRoom(const CString& text) const;
+    bool x_Target(int flags, int& parent, int& reference, NodePos& node) const;
+    void x_SetAdded(int flags, int position);
+    int x_NewScratch(int parent);
+    int x_TakeParsed(int scratch, int parent, int previous, int delta);
+    bool x_HasCleanContent(int parent) const;
 
     // --- Saved positions, copies (saved_pos.cpp, copy.cpp)
 
     static int x_Hash(LPCWSTR text, int size);
+    int x_CountMaps() const;
+    static int x_BucketCount(const SavedPos* bucket);
+    static SavedPos* x_FindSavedPos(const SavedPosMap& map, LPCWSTR name);
+    static SavedPos& x_AppendSavedPos(SavedPos*& bucket);
+    static void x_CutBucket(SavedPos*& bucket, int kept, int count);
     bool x_GetMap(SavedPosMap*& out, int map, int size = 7);
     void x_CheckSavedPos();
     void x_ClearSavedPos();
+    void x_FreeSavedPos();
     CString x_GetPath(int position) const;
     void x_Copy(const CFXmlFile& other);
 

@@ -11,6 +11,8 @@
 
 #ifdef _WIN32
 #include <windows.h>
+
+#include <tchar.h>
 #else
 #include "../win32/winapi.h"
 #endif
@@ -47,6 +49,10 @@ public:
     /// Errors are those of CreateFileW: 2, 3, 5, 32, 80, 123, 206, ...
     Error Open(LPCWSTR path, Access access, Disposition disposition, DWORD share = ShareAll);
 
+    /// Creates a file that only this user, and nobody else while it is open, can open.
+    /// Errors: 80 it exists, and those of Open.
+    Error OpenPrivate(LPCWSTR path);
+
     /// Reads until `wanted` bytes or the end of the file; `got` tells how many, also on failure.
     Error Read(void* buffer, size_t wanted, size_t& got);
 
@@ -75,6 +81,8 @@ public:
     HANDLE Handle() const { return m_handle; }
 
 private:
+    Error Open(LPCWSTR path, Access access, Disposition disposition, DWORD share, DWORD attributes);
+
     HANDLE m_handle = INVALID_HANDLE_VALUE;
 };
 

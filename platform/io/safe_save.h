@@ -40,9 +40,10 @@ public:
     /// Adds bytes to the new content. After a failure every further call returns that error.
     Error Write(const void* bytes, size_t count);
 
-    /// Makes the new content the target's. On failure: the system's error, the target whole as it was, nothing left
-    /// beside it. Exception: when the target had to be written in place and putting the old bytes back failed too, the
-    /// error is returned and the full copy of the old bytes stays at RescuedCopy.
+    /// Makes the new content the target's. On failure: the system's error, the target whole as it was (or, when only
+    /// the sync of the folder failed, whole with its new content), nothing left beside it. Error 32: others changed the
+    /// file that was to be appended to. Exception: when the target had to be written in place and putting the old bytes
+    /// back failed too, the error is returned and the full copy of the old bytes stays at RescuedCopy.
     Error Commit();
 
     /// Path of the copy of the old bytes that a failed Commit had to leave; null when the target is whole.

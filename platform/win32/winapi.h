@@ -38,8 +38,9 @@ KVTFILE_API DWORD FormatMessageW(DWORD flags, LPCVOID source, DWORD message, DWO
 ///
 /// Share modes are honoured among the handles of this process; an open that they forbid fails with error 32. A file
 /// without any write permission bit is read-only for everybody, as the read-only attribute is.
-/// @param attributes FILE_ATTRIBUTE_READONLY, HIDDEN and SYSTEM are given to a new file; FILE_FLAG_BACKUP_SEMANTICS
-///        opens folders too (for times and attributes); other flags change nothing.
+/// @param attributes FILE_ATTRIBUTE_READONLY, HIDDEN and SYSTEM are given to a new file, with FILE_ATTRIBUTE_TEMPORARY
+///        only the user may open it; FILE_FLAG_BACKUP_SEMANTICS opens folders too (for times and attributes); other
+///        flags change nothing.
 /// @param security, pattern Not looked at.
 /// @return The handle, to be closed with CloseHandle. CREATE_ALWAYS and OPEN_ALWAYS on an existing file leave last
 ///         error 183, on a new one 0. Errors: 2 no such file, 3 no such folder or empty path, 5 a folder, a read-only
@@ -191,6 +192,9 @@ KVTFILE_API void GetSystemTime(LPSYSTEMTIME time);
 KVTFILE_API void GetLocalTime(LPSYSTEMTIME time);
 KVTFILE_API void GetSystemTimeAsFileTime(LPFILETIME time);
 
+/// -1, 0 or 1: the first time is before, equal to or after the second.
+KVTFILE_API LONG CompareFileTime(const FILETIME* first, const FILETIME* second);
+
 /// Shifts by the time zone's present difference from UTC, whatever the season of `utc`.
 KVTFILE_API BOOL FileTimeToLocalFileTime(const FILETIME* utc, LPFILETIME local);
 KVTFILE_API BOOL LocalFileTimeToFileTime(const FILETIME* local, LPFILETIME utc);
@@ -214,7 +218,8 @@ KVTFILE_API INT VariantTimeToSystemTime(double time, LPSYSTEMTIME result);
 /// Bytes of a code page to UTF-16.
 ///
 /// Invalid input becomes the page's default character (936: one "?" for both bytes of a bad pair; UTF-8: one U+FFFD
-/// for each longest part of a sequence that could still have become one). Marks at the start are characters as others.
+/// for a lead byte with those following bytes that were looked at before the sequence became impossible, and for each
+/// byte that cannot begin one). A byte order mark is a character as others.
 /// @param flags 0 or MB_ERR_INVALID_CHARS (then invalid input is error 1113). UTF-7 takes no flag (1004).
 /// @param bytes, size Input; -1: up to and with the NUL.
 /// @param room Characters of `text`; 0: only the length needed is returned.

@@ -1,0 +1,38 @@
+#pragma once
+
+/// @file
+/// Attributes and times of files as Windows shows them.
+
+#include <sys/stat.h>
+
+#include <string>
+
+#include "wintypes.h"
+
+namespace kvtwin {
+
+/// Attributes of a file or folder. @param status What stat says, links followed. @param link `path` is a symbolic link.
+DWORD AttributesOf(const std::string& path, const struct stat& status, bool link);
+
+/// Reads all there is to know. @return 0, or the error of the path (a symbolic link without target is missing).
+DWORD ReadStatus(const std::string& path, WIN32_FILE_ATTRIBUTE_DATA& data);
+
+/// Whether nobody may write the file: the read-only attribute.
+inline bool IsReadOnly(const struct stat& status) {
+    return (status.st_mode & 0222) == 0;
+}
+
+/// HIDDEN and SYSTEM as kept beside the file. @return false: the file system keeps none.
+bool StoreDosAttributes(const std::string& path, DWORD attributes);
+
+FILETIME FileTimeOf(const timespec& time);
+timespec TimeSpecOf(const FILETIME& time);
+
+constexpr ULONGLONG TicksOf(const FILETIME& time) {
+    return static_cast<ULONGLONG>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
+}
+constexpr FILETIME FromTicks(ULONGLONG ticks) {
+    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+}
+
+}  // namespace kvtwin

@@ -134,39 +134,76 @@ public:
 
     // --- Files --------------------------------------------------------------------------------------------------
 
-    /// Reads a file and parses it. The encoding comes from its byte-order mark, its declaration, or its bytes; the
-    /// document flags take the mark found. False when the file cannot be read (the document is then empty and
-    /// `GetError` holds the system's text) or its text is not well formed.
+    /// Reads a file and parses it; linear in its size. The encoding comes from its byte-order mark, its declaration, or
+    /// its bytes; the document flags take the mark found. False when the file cannot be read (the document is then
+    /// empty, the flags are unchanged, and `GetError` holds the system's text, a space and "Empty document") or its
+    /// text is not well formed. The object is usable either way.
     bool Load(MCD_CSTR path);
     /// Writes the document in the encoding chosen by the document flags or by its own declaration. All or nothing:
-    /// after a failure the old file stands as it was and `GetError` holds the system's text.
+    /// after a failure the old file stands as it was and `GetError` holds the system's text. Success with "(chars lost
+    /// in conversion!)" in `GetError` means that the encoding lacks characters of the text; they were written as "?".
     bool Save(MCD_CSTR path);
-    /// Reads a whole text file.
+    /// Reads a whole text file of at most 2,147,483,647 bytes. NULs are removed; bytes that are not valid UTF-8 become
+    /// U+FFFD; what is invalid in another code page becomes what the system makes of it.
+    ///
+    /// The encoding is, in this order: that of the file's mark; `encoding`, unless the file is UTF-16; the one declared
+    /// in the first 1,024 bytes; UTF-8 when the first byte is "<"; UTF-8 when every byte fits it; the ANSI code page,
+    /// which also stands for an unknown name.
+    ///
+    /// The status text is made of the encoding's name or "ANSI", "BOM +", "forced NAME", "length N" (units: bytes, or
+    /// two bytes for UTF-16), "(N nulls removed)", "endian swap", "(used UTF-8 detection)", "to N wide chars", as far
+    /// as they apply, each followed by a space; "0 length " for an empty file.
     /// @param path     the file
     /// @param text     receives the text; empty after a failure
     /// @param result   receives the status text, or the system's text after a failure; may be null
-    /// @param flags    in: flags to open with; out: the marks found; may be null
-    /// @param encoding in: the encoding to use for a file without a mark (empty: find out); out: the one used; may be
-    ///                 null
+    /// @param flags    in: document flags; out: `docUtf16Le` and `docUtf8Mark` as found, `docUtf16Be` set when found
+    /// and
+    ///                 never cleared: a file without a mark is read as big-endian when it comes in set. Others, and all
+    ///                 after a failure, stay as they are. May be null
+    /// @param encoding in: the encoding to force (empty: find out); out: the one used, empty for the ANSI code page;
+    ///                 unchanged after a failure; may be null
+    /// @return false when the file cannot be opened or read, is too large, or is in an encoding that the system cannot
+    ///         convert ("to 0 wide chars " at the end of the status).
     static bool ReadTextFile(MCD_CSTR path, CString& text, CString* result = nullptr, int* flags = nullptr,
                              CString* encoding = nullptr);
-    /// Writes a text as a whole file, or appends it (`docAppend`); arguments as for `ReadTextFile`. All or nothing.
+    /// Writes a text as a whole file, or appends it (`docAppend`); all or nothing.
+    ///
+    /// The flags ask for a mark, which decides on the encoding; of several the first of UTF-8, UTF-16 little-endian and
+    /// big-endian counts. Without one the encoding is, in this order: `encoding`; the one declared in the text; UTF-8
+    /// when it begins with "<"; the ANSI code page, which also stands for an unknown name. The mark is written when the
+    /// file is empty so far; an empty text writes nothing else.
+    ///
+    /// The status text is made of the name of a UTF-16 encoding, "from wide length N", "endian swap", "(chars lost in
+    /// conversion!)", "length N" (units), as far as they apply, each followed by a space; "0 length " for an empty
+    /// text.
+    /// @param result   receives the status text, or the system's text after a failure; may be null
+    /// @param flags    document flags; unchanged; may be null
+    /// @param encoding in: the encoding to use (empty: find out); out: the one used; unchanged after a failure; may be
+    ///                 null
+    /// @return false when the file cannot be opened, written or replaced, or the system cannot convert to the encoding;
+    ///         the old file then stands as it was.
     static bool WriteTextFile(MCD_CSTR path, const CString& text, CString* result = nullptr, int* flags = nullptr,
                               CString* encoding = nullptr);
-    /// The encoding that the text names for itself: in its XML declaration, or in the "meta" element of an HTML text;
-    /// empty when there is none.
+    /// The encoding that the text names for itself: in the XML declaration at its start, or after "charset=" in the
+    /// "Content-Type" meta element of an HTML text's head; empty when there is none. Linear.
     static CString GetDeclaredEncoding(MCD_CSTR text);
     /// Whether every byte at or above 0x80, up to the first NUL or the length, belongs to a valid UTF-8 sequence.
-    /// @param count receives the number of such sequences met, also when the answer is false; may be null
+    /// @param count receives the number of such sequences met up to the first bad byte; may be null
     static bool DetectUTF8(const char* bytes, int length, int* count = nullptr);
-    /// Converts `length` bytes of UTF-8 (up to a NUL); returns the number of units, only counting when `out` is null.
+    /// Converts `length` bytes of UTF-8, NULs included, and returns the number of units; only counts when `out` is
+    /// null. What is not valid becomes U+FFFD, one for each longest start of a sequence. No byte gives more than one
+    /// unit.
     static int UTF8To16(WCHAR* out, const char* in, int length);
-    /// Converts `length` units of UTF-16 (up to a NUL); returns the number of bytes, only counting when `out` is null.
+    /// Converts `length` units of UTF-16, NULs included, and returns the number of bytes; only counts when `out` is
+    /// null. Half a surrogate pair becomes U+FFFD. No unit gives more than three bytes. A result beyond 2,147,483,647
+    /// is refused with 0.
     static int UTF16To8(char* out, const WCHAR* in, int length);
-    /// Decodes one code point and moves past it; -1 for an invalid or cut sequence.
+    /// Decodes one code point and moves past it; -1, and past the bad part, for an invalid or cut sequence; -1 at the
+    /// end.
     static int DecodeCharUTF8(const char*& p, const char* end);
     static int DecodeCharUTF16(const WCHAR*& p, const WCHAR* end);
-    /// Appends a code point at `out + length` and moves `length`; only counts when `out` is null.
+    /// Appends a code point at `out + length` and moves `length` by at most 4 bytes, or 2 units; only counts when `out`
+    /// is null. What is no code point, and in UTF-8 a surrogate, is written as U+FFFD.
     static void EncodeCharUTF8(int codePoint, char* out, int& length);
     static void EncodeCharUTF16(int codePoint, WCHAR* out, int& length);
 

@@ -108,13 +108,13 @@ public:                                               \
     }                                                    \
     KVTMFC_IMPLEMENT_RUNTIMECLASS(class_name, base_class_name, 0xFFFF, &class_name::CreateObject)
 
-#define IMPLEMENT_SERIAL(class_name, base_class_name, schema)                                     \
-    ::kvtmfc::CObject* class_name::CreateObject() {                                               \
-        return new class_name;                                                                    \
-    }                                                                                             \
-    KVTMFC_IMPLEMENT_RUNTIMECLASS(class_name, base_class_name, schema, &class_name::CreateObject) \
-    static ::kvtmfc::AFX_CLASSINIT init_##class_name(class_name::GetThisClass());                 \
-    ::kvtmfc::CArchive& operator>>(::kvtmfc::CArchive& ar, class_name*& object) {                 \
-        object = static_cast<class_name*>(ar.ReadObject(class_name::GetThisClass()));             \
-        return ar;                                                                                \
+#define IMPLEMENT_SERIAL(class_name, base_class_name, schema)                                      \
+    ::kvtmfc::CObject* class_name::CreateObject() {                                                \
+        return new class_name;                                                                     \
+    }                                                                                              \
+    KVTMFC_IMPLEMENT_RUNTIMECLASS(class_name, base_class_name, schema, &class_name::CreateObject)  \
+    static ::kvtmfc::AFX_CLASSINIT init_##class_name(class_name::GetThisClass());                  \
+    [[maybe_unused]] ::kvtmfc::CArchive& operator>>(::kvtmfc::CArchive& ar, class_name*& object) { \
+        object = static_cast<class_name*>(ar.ReadObject(class_name::GetThisClass()));              \
+        return ar;                                                                                 \
     }

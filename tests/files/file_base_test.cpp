@@ -181,7 +181,7 @@ TEST(FileBase, AFailedStoreLeavesTheOldFileWhole) {
         numbers.m_fail = fail;
         EXPECT_FALSE(numbers.WriteFile(path));
         EXPECT_EQ(ReadBytes(path), "old content");
-        EXPECT_EQ(folder.Names().size(), 3u) << "nothing is left beside it";
+        EXPECT_EQ(folder.Names().size(), 1u) << "nothing is left beside it";
     }
 }
 

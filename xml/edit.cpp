@@ -43,8 +43,11 @@ void CFXmlFile::x_Adjust(int position, int delta, bool after) {
     if (delta == 0)
         return;
     bool descend = !after;
+    int inside = 0;  // how deep the walk is inside an element that has moved
     for (;;) {
         int next = descend ? x_Elem(position).child : 0;
+        if (next != 0)
+            ++inside;
         descend = true;
         while (next == 0) {
             if (position == 0)
@@ -52,7 +55,10 @@ void CFXmlFile::x_Adjust(int position, int delta, bool after) {
             next = x_Elem(position).next;
             if (next == 0) {
                 position = x_Elem(position).parent;
-                x_Elem(position).length += delta;
+                if (inside > 0)
+                    --inside;
+                else
+                    x_Elem(position).length += delta;
             }
         }
         position = next;

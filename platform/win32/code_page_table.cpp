@@ -137,7 +137,7 @@ private:
     }
 
     void EnterControls() {
-        if (m_table.m_single['A'] == u'A') {
+        if (m_table.m_single[u'A'] == u'A') {
             for (const BYTE control : kControls) {
                 m_table.m_single[control] = control;
             }
@@ -182,7 +182,7 @@ private:
                 TakeByte(static_cast<BYTE>(row.first + i));
             }
         }
-        if (m_table.m_single['A'] == u'A') {
+        if (m_table.m_single[u'A'] == u'A') {
             for (const BYTE control : kControls) {
                 TakeByte(control);
             }

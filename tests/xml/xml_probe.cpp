@@ -73,7 +73,7 @@ std::string XmlProbe::Disagreement() const {
                 say(child, "released record in use");
             if (record.start < end)
                 say(child, "order");
-            if (i != 0 && !x_Elem(0).HasFlag(elemIllFormed) && record.Level() != element.Level() + 1)
+            if (i != 0 && !x_Elem(0).HasFlag(elemIllFormed) && record.Level() != ((element.Level() + 1) & 0xFFFF))
                 say(child, "level");
             end = record.End();
             last = child;
@@ -98,6 +98,21 @@ std::string XmlProbe::Disagreement() const {
             break;
     }
     return wrong.str();
+}
+
+bool XmlProbe::IsSame(const XmlProbe& other) const {
+    int i = 0;
+    int k = 0;
+    do {
+        const ElemPos& a = x_Elem(i);
+        const ElemPos& b = other.x_Elem(k);
+        if (a.start != b.start || a.length != b.length || a.tagLengths != b.tagLengths ||
+            (a.child != 0) != (b.child != 0) || (i != 0 && a.flags >> 17 != b.flags >> 17))
+            return false;
+        i = Next(i);
+        k = other.Next(k);
+    } while (i != 0 && k != 0);
+    return i == k;
 }
 
 int XmlProbe::At(const std::string& path) const {

@@ -64,6 +64,8 @@ public:
     std::string Records() const;
     /// Empty when links, flags and lengths of all records fit one another and the text; else what does not.
     std::string Disagreement() const;
+    /// Whether both have the same elements: places, lengths, flags, and which stands in which.
+    bool IsSame(const XmlProbe& other) const;
     /// The element that is reached by child numbers from the document, as "0/2/1".
     int At(const std::string& path) const;
     std::string Doc() const { return Utf8(GetDoc()); }

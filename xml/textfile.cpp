@@ -124,23 +124,23 @@ bool CFXmlFile::ReadTextFile(MCD_CSTR path, CString& text, CString* result, int*
         return x_ReadText(read, file) && x_Close(file);
     };
     const bool opened = Guarded(work, [&file] { file.result = x_GetLastError(); });
-    if (opened) {
+    if (!opened) {
+        status = file.result;
+    } else {
         if (status.IsEmpty()) {
             status = file.encoding.IsEmpty() ? CString(_T("ANSI ")) : file.encoding + _T(" ");
         }
         status += file.result;
-        if (flags) {
-            // The big-endian flag is only ever set, never cleared, by reading.
-            *flags = (*flags & ~(docUtf8Mark | docUtf16Le)) | (file.flags & g_markFlags);
-        }
-        if (encoding) {
-            *encoding = file.encoding;
-        }
-    } else {
-        status = file.result;
     }
     // A file of which no character came out was not read: its encoding is one that the system cannot convert.
     const bool done = opened && (file.unitCount == 0 || !read.IsEmpty());
+    if (done && flags) {
+        // The big-endian flag is only ever set, never cleared, by reading.
+        *flags = (*flags & ~(docUtf8Mark | docUtf16Le)) | (file.flags & g_markFlags);
+    }
+    if (done && encoding) {
+        *encoding = file.encoding;
+    }
     text = done ? read : CString();
     if (result) {
         *result = status;

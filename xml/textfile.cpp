@@ -97,6 +97,12 @@ bool Guarded(Work work, Failed failed) {
 
 }  // namespace
 
+CString CFXmlFile::x_FileError() {
+    const DWORD error = ::GetLastError();
+    const CString text = x_GetLastError();
+    return text.IsEmpty() ? Piece(_T("Error "), static_cast<int>(error), _T("")) : text;
+}
+
 bool CFXmlFile::Load(MCD_CSTR path) {
     ReadTextFile(path, m_strDoc, &m_strResult, &m_nDocFlags);
     return x_ParseDoc();
@@ -123,7 +129,7 @@ bool CFXmlFile::ReadTextFile(MCD_CSTR path, CString& text, CString* result, int*
         }
         return x_ReadText(read, file) && x_Close(file);
     };
-    const bool opened = Guarded(work, [&file] { file.result = x_GetLastError(); });
+    const bool opened = Guarded(work, [&file] { file.result = x_FileError(); });
     if (!opened) {
         status = file.result;
     } else {
@@ -165,7 +171,7 @@ bool CFXmlFile::WriteTextFile(MCD_CSTR path, const CString& text, CString* resul
         }
         return x_WriteText(text, file) && x_Close(file);
     };
-    const bool done = Guarded(work, [&file] { file.result = x_GetLastError(); });
+    const bool done = Guarded(work, [&file] { file.result = x_FileError(); });
     if (done && encoding) {
         *encoding = file.encoding;
     }
@@ -181,7 +187,7 @@ bool CFXmlFile::x_Open(LPCWSTR path, FilePos& file) {
     file.encoding.Empty();
     const bool opened = file.flags & docWrite ? x_OpenForWriting(path, file) : x_OpenForReading(path, file);
     if (!opened) {
-        file.result = x_GetLastError();
+        file.result = x_FileError();
         file.file.reset();
     }
     return opened;
@@ -257,7 +263,7 @@ bool CFXmlFile::x_Close(FilePos& file) {
     if (error == ERROR_SUCCESS) {
         return true;
     }
-    file.result = x_GetLastError();
+    file.result = x_FileError();
     if (const LPCWSTR copy = handle->writing.RescuedCopy()) {
         file.result += CString(_T(" The old content is in ")) + copy;
     }
@@ -269,7 +275,7 @@ bool CFXmlFile::x_Read(void* buffer, FilePos& file) {
     file.unitCount = file.byteCount / file.unitSize;
     std::size_t got = 0;
     if (file.file->reading.Read(buffer, static_cast<std::size_t>(file.unitCount) * unitSize, got) != ERROR_SUCCESS) {
-        file.result = x_GetLastError();
+        file.result = x_FileError();
         return false;
     }
     file.unitCount = static_cast<int>(got / unitSize);
@@ -330,7 +336,7 @@ bool CFXmlFile::x_ReadText(CString& text, FilePos& file) {
 bool CFXmlFile::x_Write(const void* buffer, FilePos& file, int count) {
     const std::size_t bytes = static_cast<std::size_t>(count) * static_cast<std::size_t>(file.unitSize);
     if (file.file->writing.Write(buffer, bytes) != ERROR_SUCCESS) {
-        file.result = x_GetLastError();
+        file.result = x_FileError();
         return false;
     }
     file.result += Piece(_T("length "), count, _T(" "));
@@ -368,7 +374,7 @@ bool CFXmlFile::x_WriteText(const CString& text, FilePos& file) {
         count = x_ConvertEncoding(request, bytes.get());
     }
     if (count == 0) {
-        file.result = x_GetLastError();
+        file.result = x_FileError();
         return false;
     }
     if (request.lost) {

@@ -502,6 +502,8 @@ protected:
     static bool x_OpenForReading(LPCWSTR path, FilePos& file);
     static bool x_OpenForWriting(LPCWSTR path, FilePos& file);
     static bool x_Close(FilePos& file);
+    /// The system's text of the last error, or its number where the system has no text for it.
+    static CString x_FileError();
     static bool x_Read(void* buffer, FilePos& file);
     static bool x_ReadText(CString& text, FilePos& file);
     static bool x_Write(const void* buffer, FilePos& file, int count);

@@ -285,6 +285,7 @@ TEST(TextFileRead, NoPathIsAFailure) {
 TEST(TextFileRead, AFileTooLargeForOffsetsIsRefused) {
     const TestFolder folder;
     const CString path = folder.Path(_T("large.xml"));
+    const CString systemText = SystemText(ERROR_FILE_TOO_LARGE);
     for (const long long size : {0x80000000LL, 0x100000000LL, 0x100000004LL, 0x500000000LL}) {
         WriteBytes(path, "<a/>");
         const HANDLE file = ::CreateFileW(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
@@ -297,8 +298,7 @@ TEST(TextFileRead, AFileTooLargeForOffsetsIsRefused) {
         const Read read = ReadFrom(path);
         EXPECT_FALSE(read.done);
         EXPECT_EQ(read.text, _T(""));
-        EXPECT_EQ(read.result, SystemText(ERROR_FILE_TOO_LARGE));
-        EXPECT_FALSE(read.result.IsEmpty());
+        EXPECT_EQ(read.result, systemText.IsEmpty() ? CString(_T("Error 223")) : systemText);
     }
 }
 

@@ -195,4 +195,8 @@ private:
     bool m_bMerging = false;  // merged writes reach the file with the save that ends the merge
 };
 
+/// Stores or loads the records of an array: the fields in order, each as a text of the archive.
+KVTFILE_API void SerializeElements(CArchive& ar, CFXmlCfg::SClassMember* members, INT_PTR count);
+KVTFILE_API void SerializeElements(CArchive& ar, CFXmlCfg::SDataMember* members, INT_PTR count);
+
 }  // namespace kvtfile

@@ -23,7 +23,7 @@ constexpr WORD maxClassName = 64;
 constexpr WORD wideMark = 0xFFFE;
 constexpr size_t textBlock = 65536;
 
-constexpr int maxDepth = 2000;
+constexpr int maxDepth = 1000;
 
 // Lends the depth counter to one object.
 class DepthGuard {

@@ -15,7 +15,7 @@ namespace kvtmfc {
 ///
 /// Errors are thrown as `CArchiveException*`: loading from a storing archive (writeOnly) or the reverse (readOnly),
 /// data that ends too early (endOfFile), object numbers that were never given out (badIndex), classes that are unknown
-/// or not what was asked for (badClass), other versions of a class (badSchema), objects nested deeper than 2000
+/// or not what was asked for (badClass), other versions of a class (badSchema), objects nested deeper than 1000
 /// (generic). File errors come as `CFileException*`. Lengths found in damaged data never reserve more memory than the
 /// bytes that follow fill.
 class KVTFILE_API CArchive {

@@ -489,7 +489,7 @@ TEST(Archive, NestingIsBounded) {
     }
     EXPECT_THROWS_CAUSE(Loaded(bytes, [](CArchive& ar) { ar.ReadObject(nullptr); }), CArchiveException,
                         CArchiveException::generic);
-    std::vector<CNode> chain(3000);
+    std::vector<CNode> chain(2000);
     for (size_t i = 0; i + 1 < chain.size(); ++i) {
         chain[i].m_next = &chain[i + 1];
     }

@@ -80,10 +80,11 @@ private:
 /// Loads an object from a file through an archive (4096-byte buffer), or stores it.
 ///
 /// Storing builds the data in memory and then puts it in place in one step: when the object's `Serialize` throws, or
-/// the disk fails, an existing file is what it was. Loading leaves in the object what was loaded before a failure.
+/// the disk fails, an existing file is what it was (only when the very last step fails, making the folder's entry safe
+/// on the disk, is the result false although the whole new file is in place). Loading leaves in the object what was
+/// loaded before a failure.
 /// @return False on every failure: no path or object, a file that cannot be opened, read or written, data that ends too
-/// early or is damaged.
-///     Nothing is thrown.
+///     early or is damaged. Nothing is thrown.
 KVTFILE_API bool DataIO(CString strFile, bool bRead, CObject* pObj);
 KVTFILE_API bool DataIO(CString strFile, bool bRead, CWnd* pWnd);
 KVTFILE_API bool DataIO(LPWSTR pszFile, bool bRead, CWnd* pWnd);

@@ -454,7 +454,7 @@ private:
             text = General(value, precision < 0 ? 6 : precision, alternate);
         }
         if (alternate && text.find('.') == std::string::npos) {
-            text.insert(std::min(text.find_first_of(style == 'a' ? "p" : "e"), text.size()), ".");
+            text.insert(std::min(text.find_first_of(style == 'a' ? "p" : "e"), text.size()), 1, '.');
         }
         return text;
     }

@@ -66,18 +66,19 @@ CString CFXmlFile::x_TokenText(const TokenPos& token) {
 }
 
 /// Finds an attribute, from just behind the "<" or "<?" of a tag: by name the token is its value, without its quotes
-/// (empty when it has none); with a null name it is the name of the attribute of that index.
+/// (empty when it has none); with a null name it is the name of the attribute of that index. Nothing behind the token's
+/// text is looked at, so that quotes that do not pair up lead no further than the tag.
 bool CFXmlFile::x_FindAttrib(TokenPos& token, LPCWSTR name, int index) {
-    const LPCWSTR text = token.text;
+    const auto at = [&token](int offset) { return offset < token.length ? token.text[offset] : WCHAR(0); };
     int i = token.next;
     int count = -1;      // attributes before the current token; the first name is the tag's own
     bool found = false;  // the last name was the one searched
     token.flags &= ~TokenPos::quoted;
     for (;;) {
         const int nameEnd = i;
-        while (IsBlank(text[i]))
+        while (IsBlank(at(i)))
             ++i;
-        const bool value = text[i] == '=';
+        const bool value = at(i) == '=';
         if (found && !value) {
             token.left = token.next = nameEnd;
             token.right = nameEnd - 1;
@@ -85,27 +86,27 @@ bool CFXmlFile::x_FindAttrib(TokenPos& token, LPCWSTR name, int index) {
         }
         if (value) {
             ++i;
-            while (IsBlank(text[i]))
+            while (IsBlank(at(i)))
                 ++i;
         }
 
         int left = i;
         bool quoted = false;
-        if (text[i] == '"' || text[i] == '\'') {
-            const WCHAR quote = text[i];
+        if (at(i) == '"' || at(i) == '\'') {
+            const WCHAR quote = at(i);
             left = ++i;
-            while (text[i] != quote && text[i] != 0)
+            while (at(i) != quote && at(i) != 0)
                 ++i;
-            if (text[i] == 0)
+            if (at(i) == 0)
                 return false;
             quoted = true;
         } else if (value) {
-            while (!IsBlank(text[i]) && text[i] != '>' && text[i] != 0)
+            while (!IsBlank(at(i)) && at(i) != '>' && at(i) != 0)
                 ++i;
         } else {
-            if (text[i] == '>' || text[i] == '/' || text[i] == '?' || text[i] == 0)
+            if (at(i) == '>' || at(i) == '/' || at(i) == '?' || at(i) == 0)
                 return false;
-            while (!EndsAttributeName(text[i]))
+            while (!EndsAttributeName(at(i)))
                 ++i;
         }
 

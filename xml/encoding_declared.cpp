@@ -47,9 +47,9 @@ CString CFXmlFile::GetDeclaredEncoding(MCD_CSTR text) {
     }
     const std::size_t length = std::char_traits<WCHAR>::length(characters);
     TokenPos token(characters, static_cast<int>(std::min<std::size_t>(length, INT_MAX)), docIgnoreCase);
-    const auto attribute = [&token](int tag, LPCWSTR name) {
-        token.next = tag;
-        return x_FindAttrib(token, name) ? x_TokenText(token) : CString();
+    const auto attribute = [characters](const NodePos& node, int tagName, LPCWSTR name) {
+        TokenPos tag(characters, node.start + node.length, docIgnoreCase, tagName);
+        return x_FindAttrib(tag, name) ? x_TokenText(tag) : CString();
     };
     enum { beforeHtml, inHtml, inHead } place = beforeHtml;
     for (;;) {
@@ -62,7 +62,7 @@ CString CFXmlFile::GetDeclaredEncoding(MCD_CSTR text) {
         if (type == nodeInstruction && node.start == 0) {
             token.next = 2;
             if (x_FindName(token) && x_Matches(token, _T("xml"))) {
-                return attribute(2, _T("encoding"));
+                return attribute(node, 2, _T("encoding"));
             }
         } else if (type == nodeEndTag) {
             token.next = node.start + 2;
@@ -88,8 +88,9 @@ CString CFXmlFile::GetDeclaredEncoding(MCD_CSTR text) {
                 place = inHead;
             } else if (isNamed(_T("body"))) {
                 return CString();
-            } else if (isNamed(_T("meta")) && attribute(tag, _T("http-equiv")).CompareNoCase(_T("Content-Type")) == 0) {
-                const CString charset = CharsetIn(attribute(tag, _T("content")));
+            } else if (isNamed(_T("meta")) &&
+                       attribute(node, tag, _T("http-equiv")).CompareNoCase(_T("Content-Type")) == 0) {
+                const CString charset = CharsetIn(attribute(node, tag, _T("content")));
                 if (!charset.IsEmpty()) {
                     return charset;
                 }

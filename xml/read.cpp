@@ -55,14 +55,21 @@ CString CFXmlFile::x_GetAttrib(int position, LPCWSTR name) const {
     return UnescapeText(token.text + token.left, token.TokenLength());
 }
 
-/// Puts the token behind the "<" or "<?" of the item whose attributes are meant; false when it can have none.
+/// Puts the token behind the "<" or "<?" of the item whose attributes are meant and ends its text with that tag; false
+/// when the item can have none. The tag is scanned: its record keeps the length of a very long one modulo its field.
 bool CFXmlFile::x_AttribStart(int position, TokenPos& token) const {
-    if (m_nNodeType == nodeInstruction && position == m_iPos)
+    if (m_nNodeType == nodeInstruction && position == m_iPos) {
         token.next = m_nNodeOffset + 2;
-    else if (m_nNodeType == nodeElement && position != 0)
-        token.next = x_Elem(position).start + 1;
-    else
+        token.length = m_nNodeOffset + m_nNodeLength;
+    } else if (m_nNodeType == nodeElement && position != 0) {
+        NodePos tag;
+        token.next = x_Elem(position).start;
+        x_ParseNode(token, tag);
+        token.next = tag.start + 1;
+        token.length = tag.start + tag.length;
+    } else {
         return false;
+    }
     return true;
 }
 

@@ -42,6 +42,11 @@ TEST(DeclaredEncoding, AnUnfinishedDeclarationNamesNone) {
     EXPECT_EQ(Declared("<"), "");
 }
 
+TEST(DeclaredEncoding, AttributesBehindTheDeclarationDoNotCount) {
+    EXPECT_EQ(Declared("<?xml version=x\"y \"?> \" encoding='gbk' ?>"), "");
+    EXPECT_EQ(Declared(InHead("<meta http-equiv=x\"y \"z> \" http-equiv='Content-Type' content='charset=gbk'>")), "");
+}
+
 TEST(DeclaredEncoding, HtmlMetaElementNamesIt) {
     EXPECT_EQ(Declared(InHead("<meta http-equiv=\"Content-Type\" content=\"text/html; charset=gb2312\">")), "gb2312");
     EXPECT_EQ(Declared("<!DOCTYPE html>\r\n<!-- c -->\r\n<HTML lang='zh'>\r\n<HEAD><TITLE>x</TITLE>"

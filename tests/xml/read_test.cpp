@@ -61,6 +61,19 @@ TEST(XmlRead, AttributeValues) {
     EXPECT_EQ("\xE5\xB1\x82", Attrib("<a \xE5\x90\x8D='\xE5\xB1\x82'/>", "\xE5\x90\x8D"));
 }
 
+TEST(XmlRead, AttributesEndWithTheirTag) {
+    // An unquoted value may hold a quote, which the tag's own end takes for the first of a pair.
+    const char* const text = "<a k=x\"y \"z> \" l=\"v\" </a>";
+    EXPECT_EQ("x\"y", Attrib(text, "k"));
+    EXPECT_EQ("", Attrib(text, "l"));
+    XmlProbe xml = Parsed(text);
+    xml.FindElem();
+    EXPECT_EQ("", Utf8(xml.GetAttribName(1)));
+    XmlProbe instruction = Parsed("<?x k=\"1?> l=\"2\" ?><r/>");
+    instruction.FindNode();
+    EXPECT_EQ("", Utf8(instruction.GetAttribName(1)));
+}
+
 TEST(XmlRead, AttributesOfChildAndOfProcessingInstructions) {
     XmlProbe xml = Parsed("<?xml version='1.0' encoding=\"UTF-8\"?><r><a x='1'/></r>");
     EXPECT_EQ("", Utf8(xml.GetAttrib(_T("version")))) << "no current item";

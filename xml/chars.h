@@ -14,6 +14,11 @@ inline bool IsAsciiLetter(WCHAR c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
+/// Where the name in a start or end tag ends.
+inline bool EndsTagName(WCHAR c) {
+    return IsBlank(c) || c == '/' || c == '>' || c == 0;
+}
+
 /// One of " =/[]" or the end: where a searched name may end. What follows is not looked at.
 inline bool EndsSearchedName(WCHAR c) {
     return c == 0 || c == ' ' || c == '=' || c == '/' || c == '[' || c == ']';

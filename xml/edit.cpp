@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "kvtfile/XmlFile.h"
+#include "xml/chars.h"
 
 namespace kvtfile {
 
@@ -16,6 +17,22 @@ bool CFXmlFile::x_HasRoom(const CString& text) const {
     // A margin for line breaks and the end tag of a parent that was empty.
     constexpr int64_t limit = INT_MAX - (1 << 23);
     return static_cast<int64_t>(m_strDoc.GetLength()) + text.GetLength() <= limit;
+}
+
+/// Whether the record of an element knows where its content stands: both tag lengths are kept modulo their fields.
+bool CFXmlFile::x_HasExactTags(int position) const {
+    if (position == 0)
+        return true;
+    const ElemPos& element = x_Elem(position);
+    if (element.length > ElemPos::longestStartTag) {
+        TokenPos token = x_DocToken(element.start);
+        NodePos tag;
+        x_ParseNode(token, tag);
+        if (tag.length > ElemPos::longestStartTag)
+            return false;
+    }
+    const LPCWSTR end = static_cast<LPCWSTR>(m_strDoc) + element.ContentEnd();
+    return element.IsEmpty() || (element.EndTagLength() != 0 && end[0] == '<' && end[1] == '/');
 }
 
 /// Replaces `length` characters at `offset`. The text grows by half when it must, so that edits at its end cost
@@ -156,6 +173,15 @@ int CFXmlFile::x_ChildBefore(int parent, int offset, int guess) const {
     }
 }
 
+/// The name that an end tag needs to close an element: all of its start tag's name, however `x_GetTagName` reads it.
+CString CFXmlFile::x_EndTagName(int position) const {
+    const LPCWSTR name = static_cast<LPCWSTR>(m_strDoc) + x_Elem(position).start + 1;
+    int length = 0;
+    while (!chars::EndsTagName(name[length]))
+        ++length;
+    return CString(name, length);
+}
+
 /// Puts new markup (`node.meta`) under `parent`: at the node that `node` names, else at the element `reference`, else
 /// in the parent, adding line breaks. On return `node.start` and `node.length` are those of the markup itself and
 /// `node.meta` is everything written, and `reference` is the sibling to link it after. Returns how many characters
@@ -198,7 +224,7 @@ int CFXmlFile::x_InsertNew(int parent, int& reference, NodePos& node) {
         // "/>" or ">" becomes ">" + content + "</name>", whose last character is already there.
         ElemPos& element = x_Elem(parent);
         const bool closed = static_cast<LPCWSTR>(m_strDoc)[offset - 1] == '/' && !element.HasFlag(elemNotEnded);
-        const CString name = x_GetTagName(parent);
+        const CString name = x_EndTagName(parent);
         node.meta = (lines ? CString(_T(">\r\n")) : CString(_T(">"))) + node.meta + _T("</") + name;
         replaced = 0;
         if (closed) {

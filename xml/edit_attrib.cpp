@@ -57,7 +57,8 @@ bool CFXmlFile::x_SetAttrib(int position, LPCWSTR name, LPCWSTR value, int flags
     const LPCWSTR text = m_strDoc;
 
     // Where the list of attributes ends: before ">", "/>" or "?>".
-    int listEnd = isElement ? x_Elem(position).ContentStart() - 1 : m_nNodeOffset + m_nNodeLength - 2;
+    const int tagEnd = token.length;
+    int listEnd = tagEnd - (isElement ? 1 : 2);
     if (isElement && text[listEnd - 1] == '/')
         --listEnd;
 
@@ -78,14 +79,15 @@ bool CFXmlFile::x_SetAttrib(int position, LPCWSTR name, LPCWSTR value, int flags
     } else {
         written = CString(_T(" ")) + name + _T("=") + written;
     }
-    if (!x_HasRoom(written))
+    const int delta = written.GetLength() - replaced;
+    const int tagLength = isElement ? tagEnd - x_Elem(position).start + delta : 0;
+    if (!x_HasRoom(written) || tagLength > ElemPos::longestStartTag)
         return false;
 
     x_DocChange(offset, replaced, written);
-    const int delta = written.GetLength() - replaced;
     if (isElement) {
         ElemPos& element = x_Elem(position);
-        element.SetStartTagLength(element.StartTagLength() + delta);
+        element.SetStartTagLength(tagLength);
         element.length += delta;
         x_Adjust(position, delta);
     } else {
@@ -108,7 +110,7 @@ bool CFXmlFile::x_SetData(int position, LPCWSTR text, int flags) {
         return true;
     }
 
-    if (position == 0 || x_Elem(position).child != 0)
+    if (position == 0 || x_Elem(position).child != 0 || !x_HasExactTags(position))
         return false;
     NodePos node;
     node.meta = (flags & editCData) != 0 ? x_EncodeCDATASection(text) : EscapeText(text, flags);

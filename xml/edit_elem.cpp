@@ -67,13 +67,13 @@ bool CFXmlFile::RemoveChildElem() {
 }
 
 /// Where an addition goes: its parent, and the element or node that it stands beside. False when there is no main
-/// element to add a child to.
+/// element to add a child to, or no telling where the parent's content stands.
 bool CFXmlFile::x_Target(int flags, int& parent, int& reference, NodePos& node) const {
-    node.flags = flags;
+    node.flags = flags & ~editReplaceContent;
     if ((flags & editChild) != 0) {
         parent = m_iPos;
         reference = m_iPosChild;
-        return parent != 0;
+        return parent != 0 && x_HasExactTags(parent);
     }
     parent = m_iPosParent;
     reference = m_iPos;
@@ -81,7 +81,7 @@ bool CFXmlFile::x_Target(int flags, int& parent, int& reference, NodePos& node) 
         node.start = m_nNodeOffset;
         node.length = m_nNodeLength;
     }
-    return true;
+    return x_HasExactTags(parent);
 }
 
 /// Moves to an element that was added.
@@ -116,7 +116,7 @@ bool CFXmlFile::x_AddElem(LPCWSTR name, LPCWSTR value, int flags) {
         markup += startTagOnly ? _T(">") : (flags & editEmptySpace) != 0 ? _T(" />") : _T("/>");
         startTagLength = markup.GetLength();
     }
-    if (!x_HasRoom(markup))
+    if (!x_HasRoom(markup) || startTagLength > ElemPos::longestStartTag)
         return false;
 
     const int position = x_GetFreePos();
@@ -199,7 +199,7 @@ bool CFXmlFile::SetElemContent(MCD_CSTR text) {
 
 bool CFXmlFile::x_SetElemContent(LPCWSTR text) {
     const CString markup = text;
-    if (m_iPos == 0 || m_nNodeLength != 0 || !x_HasRoom(markup))
+    if (m_iPos == 0 || m_nNodeLength != 0 || !x_HasRoom(markup) || !x_HasExactTags(m_iPos))
         return false;
     x_ReleaseChildren(m_iPos);
     x_CheckSavedPos();

@@ -60,7 +60,9 @@ bool CFXmlFile::x_AddNode(int type, LPCWSTR text, int flags) {
         return true;
     if ((type & (nodeInstruction | nodeComment | nodeDocType)) == 0)
         flags |= editNoLines;
-    x_Target(flags, parent, reference, node);
+    if (!x_Target(flags, parent, reference, node) ||
+        (type == nodeElement && markup.GetLength() > ElemPos::longestStartTag))
+        return false;
     node.meta = markup;
 
     if (type == nodeElement) {

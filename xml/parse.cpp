@@ -10,13 +10,7 @@
 
 namespace kvtfile {
 
-namespace {
-
-bool EndsTagName(WCHAR c) {
-    return chars::IsBlank(c) || c == '/' || c == '>' || c == 0;
-}
-
-}  // namespace
+using chars::EndsTagName;
 
 bool CFXmlFile::x_ParseDoc() {
     const CString status = m_strResult;

@@ -55,8 +55,10 @@ private:
 /// units. A NUL ends the document for the parser.
 ///
 /// **Failure.** Moves and edits return false when the position or the arguments do not allow them. Unless said
-/// otherwise, nothing has changed then. A document that is not well formed is indexed as far as possible all the same;
-/// `IsWellFormed` tells, and `GetError` holds the first error.
+/// otherwise, nothing has changed then. Records keep start tags of up to 4,194,303 characters and end tags of up to
+/// 1,023: no edit makes a longer start tag, and the content of an element with a longer tag is not edited. A document
+/// that is not well formed is indexed as far as possible all the same; `IsWellFormed` tells, and `GetError` holds the
+/// first error.
 ///
 /// **Threads.** One object is used by one thread at a time; different objects are independent.
 class KVTFILE_API CFXmlFile {
@@ -97,7 +99,7 @@ public:
         editKeepReferences = 0x8,     ///< keep "&" where it already begins a reference
         editStartTagOnly = 0x10,      ///< write a start tag without end tag; refused together with a value
         editEscapeQuotes = 0x100,     ///< escape both quotes too
-        editReplaceContent = 0x1000,  ///< replace the parent's content (used by the data operations themselves)
+        editReplaceContent = 0x1000,  ///< replace the parent's content (the data operations' own; no effect when given)
         editBefore = 0x2000,          ///< put the item before the reference instead of after it
         editChild = 0x4000            ///< work on the child of main
     };
@@ -338,6 +340,7 @@ protected:
         int next;             ///< next sibling, 0 for the last; in a released record the next released one
         int previous;         ///< previous sibling; in a first child the last child
 
+        enum { longestStartTag = 0x3FFFFF };
         int StartTagLength() const { return static_cast<int>(tagLengths & 0x3FFFFF); }
         int EndTagLength() const { return static_cast<int>(tagLengths >> 22); }
         /// Both are stored modulo their fields.
@@ -475,6 +478,8 @@ protected:
     void x_ReleaseChildren(int position);
     int x_ChildBefore(int parent, int offset, int guess) const;
     bool x_HasRoom(const CString& text) const;
+    bool x_HasExactTags(int position) const;
+    CString x_EndTagName(int position) const;
     bool x_Target(int flags, int& parent, int& reference, NodePos& node) const;
     void x_SetAdded(int flags, int position);
     int x_NewScratch(int parent);

@@ -76,6 +76,16 @@ TEST(XmlEdit, ChildOfAnEmptyElementOpensIt) {
     ExpectSettled(xml);
 }
 
+TEST(XmlEdit, TheEndTagOfAnOpenedElementRepeatsItsWholeName) {
+    XmlProbe xml = At("<r><p;q k='v'/></r>", "0/0");
+    EXPECT_TRUE(xml.AddChildElem(_T("c")));
+    EXPECT_EQ("<r><p;q k='v'>\r\n<c/>\r\n</p;q></r>", xml.Doc());
+    EXPECT_TRUE(xml.RemoveChildElem());
+    EXPECT_TRUE(xml.SetData(_T("t")));
+    EXPECT_EQ("<r><p;q k='v'>t</p;q></r>", xml.Doc());
+    ExpectSettled(xml);
+}
+
 TEST(XmlEdit, ChildOfAnUnendedElementEndsIt) {
     XmlProbe xml = At("<r><p></r>", "0/0");
     EXPECT_TRUE(xml.x_Elem(2).HasFlag(XmlProbe::elemNotEnded));
@@ -163,6 +173,17 @@ TEST(XmlEdit, StartTagOnly) {
     EXPECT_TRUE(xml.AddElem(_T("a"), _T(""), 0x10));
     EXPECT_EQ("<a>\r\n", xml.Doc());
     EXPECT_TRUE(xml.x_Elem(xml.m_iPos).HasFlag(XmlProbe::elemNotEnded));
+    ExpectSettled(xml);
+}
+
+TEST(XmlEdit, AddingAnElementNeverReplacesItsSiblings) {
+    XmlProbe xml = At("<p><c/></p>", "0/0");
+    EXPECT_TRUE(xml.AddElem(_T("d"), _T("v"), 0x1000));
+    EXPECT_EQ("<p><c/><d>v</d>\r\n</p>", xml.Doc());
+    ExpectSettled(xml);
+    xml.ResetMainPos();
+    EXPECT_TRUE(xml.InsertElem(_T("e"), nullptr, 0x1002));
+    EXPECT_EQ("<p><e/><c/><d>v</d>\r\n</p>", xml.Doc());
     ExpectSettled(xml);
 }
 
@@ -373,6 +394,13 @@ TEST(XmlEdit, AttributesOfProcessingInstructions) {
     EXPECT_TRUE(unquoted.SetAttrib(_T("k"), _T("2")));
     EXPECT_EQ("<?x k=\"2\"?><r/>", unquoted.Doc());
     ExpectSettled(unquoted);
+}
+
+TEST(XmlEdit, AttributesAreWrittenIntoTheirOwnTag) {
+    XmlProbe xml = At("<a k=x\"y \"z> \" l=\"v\" </a>", "0");
+    EXPECT_TRUE(xml.SetAttrib(_T("l"), _T("w")));
+    EXPECT_EQ("<a k=x\"y \"z l=\"w\"> \" l=\"v\" </a>", xml.Doc());
+    ExpectSettled(xml);
 }
 
 TEST(XmlEdit, AttributesAreRefusedWithoutItemOrName) {

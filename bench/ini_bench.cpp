@@ -13,6 +13,7 @@
 #include "kvtfile/IniFile.h"
 
 #if defined(KVTFILE_BENCH_SIMPLEINI)
+#define SI_NO_CONVERSION
 #include <SimpleIni.h>
 #endif
 #if defined(KVTFILE_BENCH_INIH)

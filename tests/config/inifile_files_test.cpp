@@ -93,8 +93,8 @@ TEST(IniHostile, RandomBytesAreReadAndOneWriteMakesThemStable) {
     const std::string alphabet("[]=;\r\n\t ab\xD6\xD0\xA3\xBB\x80\xFF\x1A\x00", 19);
     for (int round = 0; round < 60; ++round) {
         std::string bytes(random() % 200, '\0');
-        for (char& byte : bytes) {
-            byte = random() % 4 ? alphabet[random() % alphabet.size()] : static_cast<char>(random());
+        for (char& c : bytes) {
+            c = random() % 4 ? alphabet[random() % alphabet.size()] : static_cast<char>(random());
         }
         TestFolder folder;
         const CString path = folder.Path(_T("a.ini"));

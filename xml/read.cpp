@@ -56,17 +56,21 @@ CString CFXmlFile::x_GetAttrib(int position, LPCWSTR name) const {
 }
 
 /// Puts the token behind the "<" or "<?" of the item whose attributes are meant and ends its text with that tag; false
-/// when the item can have none. The tag is scanned: its record keeps the length of a very long one modulo its field.
+/// when the item can have none. A very long tag is scanned, because its record keeps the length modulo its field.
 bool CFXmlFile::x_AttribStart(int position, TokenPos& token) const {
     if (m_nNodeType == nodeInstruction && position == m_iPos) {
         token.next = m_nNodeOffset + 2;
         token.length = m_nNodeOffset + m_nNodeLength;
     } else if (m_nNodeType == nodeElement && position != 0) {
+        const ElemPos& element = x_Elem(position);
         NodePos tag;
-        token.next = x_Elem(position).start;
-        x_ParseNode(token, tag);
-        token.next = tag.start + 1;
-        token.length = tag.start + tag.length;
+        tag.length = element.StartTagLength();
+        if (element.length > ElemPos::longestStartTag) {
+            token.next = element.start;
+            x_ParseNode(token, tag);
+        }
+        token.next = element.start + 1;
+        token.length = element.start + tag.length;
     } else {
         return false;
     }

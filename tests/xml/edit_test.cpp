@@ -403,6 +403,15 @@ TEST(XmlEdit, AttributesAreWrittenIntoTheirOwnTag) {
     ExpectSettled(xml);
 }
 
+TEST(XmlEdit, AttributesOfAnElementWhoseNameIsNone) {
+    XmlProbe xml = At("<r/>", "0");
+    EXPECT_TRUE(xml.AddChildElem(_T("1a"), nullptr, 2));
+    EXPECT_TRUE(xml.SetChildAttrib(_T("k"), _T("v")));
+    EXPECT_EQ("<r><1a k=\"v\"/></r>", xml.Doc());
+    EXPECT_EQ("v", Utf8(xml.GetChildAttrib(_T("k"))));
+    EXPECT_EQ("", xml.Disagreement());
+}
+
 TEST(XmlEdit, AttributesAreRefusedWithoutItemOrName) {
     XmlProbe xml = Parsed("<r/><!--c-->");
     EXPECT_FALSE(xml.SetAttrib(_T("k"), _T("v")));

@@ -180,18 +180,22 @@ CFFileSyncRegister::CFFileSyncRegister(int nKind) : m_nKind(nKind) {
 }
 
 int CFFileSyncRegister::RedirectToWorkCopy(CString& strPath) {
-    InstalledPath parts;
-    if (!ParseInstalledPath(strPath, parts) || IsProductExcluded(parts.product, ::_wtof(parts.version)) ||
-        IsFilterFile(strPath)) {
-        return 0;
-    }
-    const CString working = BuildWorkCopyPath(strPath);
+    const CString working = GetWorkCopyPath(strPath);
     if (working.IsEmpty() || !MakeWorkCopy(strPath, working)) {
         return 0;
     }
     SetAssociation(working, strPath);
     strPath = working;
     return 1;
+}
+
+CString CFFileSyncRegister::GetWorkCopyPath(const CString& strPath) {
+    InstalledPath parts;
+    if (!ParseInstalledPath(strPath, parts) || IsProductExcluded(parts.product, ::_wtof(parts.version)) ||
+        IsFilterFile(strPath)) {
+        return CString();
+    }
+    return BuildWorkCopyPath(strPath);
 }
 
 CString CFFileSyncRegister::BuildWorkCopyPath(const CString& strPath) {

@@ -24,6 +24,9 @@ public:
     /// associates the two. The path is unchanged for other products, older versions and filtered names.
     int RedirectToWorkCopy(CString& strPath);
 
+    /// The working copy that a path is redirected to; empty for one that is not. Touches neither file.
+    CString GetWorkCopyPath(const CString& strPath);
+
     /// Makes sure that the working copy exists: an existing one is left alone, else the installed file is copied and
     /// its time recorded.
     int MakeWorkCopy(const CString& strInstalled, const CString& strWorking);

@@ -134,6 +134,17 @@ void CFXmlCfg::IsNoNeedSyschro(CString strFile) {
     });
 }
 
+CString CFXmlCfg::GetWorkCopyPath(CString strFile) {
+    Quiet(0, [&] {
+        CFFileSyncRegister* files = XmlRegister();
+        if (const CString working = files ? files->GetWorkCopyPath(strFile) : CString(); !working.IsEmpty()) {
+            strFile = working;
+        }
+        return 1;
+    });
+    return strFile;
+}
+
 int CFXmlCfg::SplitString(CString strText, CStringArray& arrPieces, CString strSign) {
     arrPieces.RemoveAll();
     int begin = 0;

@@ -157,6 +157,9 @@ protected:
     /// The pieces between separators, empty ones dropped. @return their number.
     int SplitString(CString strText, CStringArray& arrPieces, CString strSign);
 
+    /// The working copy that `Open` uses for a file; the file itself when it is not redirected. Touches neither file.
+    static CString GetWorkCopyPath(CString strFile);
+
     void SetItemFromAssiFile();
     /// Merges what is under a node of another store; `bNew` non-zero: the node was just made here and holds nothing.
     void SetItemByotherNodeClass(CFXmlCfg* pOther, CString strNodePath, int bNew);

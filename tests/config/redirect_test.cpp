@@ -23,6 +23,11 @@ public:
     std::string Path() const { return Utf8(m_strPath); }
 };
 
+class Cfg : public CFXmlCfg {
+public:
+    using CFXmlCfg::GetWorkCopyPath;
+};
+
 constexpr long long T1 = 1600000000;
 constexpr long long T2 = 1600000100;
 
@@ -70,6 +75,16 @@ TEST(IniRedirect, AnExistingWorkingCopyIsUsedAsItIs) {
     EXPECT_EQ(ini.Path(), Utf8(product.Working(_T("a.ini"))));
     EXPECT_EQ(ReadBytes(product.Working(_T("a.ini"))), "[S]\r\nx=9\r\n");
     EXPECT_EQ(RecordedTime(_T("Ini"), product.Installed(_T("a.ini"))), 0);
+}
+
+TEST(XmlRedirect, TheWorkingCopyIsNamedWithoutBeingMade) {
+    const InstalledFolder product;
+    product.Install(_T("a.xml"), "<CONFIG/>", T1);
+    EXPECT_EQ(Utf8(Cfg::GetWorkCopyPath(product.Installed(_T("a.xml")))), Utf8(product.Working(_T("a.xml"))));
+    EXPECT_FALSE(Exists(product.Working(_T("a.xml"))));
+    EXPECT_EQ(RecordedTime(_T("Xml"), product.Installed(_T("a.xml"))), 0);
+    EXPECT_EQ(Utf8(Cfg::GetWorkCopyPath(_T("C:\\Other\\a.xml"))), "C:\\Other\\a.xml");
+    EXPECT_EQ(Utf8(Cfg::GetWorkCopyPath(CString())), "");
 }
 
 TEST(IniRedirect, SetupIniIsNeverRedirected) {

@@ -87,7 +87,7 @@ std::string NameToBytes(std::u16string_view name) {
 std::u16string NameFromBytes(std::string_view bytes) {
     std::u16string name;
     name.reserve(bytes.size());
-    bool after_lone_high = false;
+    size_t lone_highs = 0;  // at the end of the name
     while (!bytes.empty()) {
         char32_t code = 0;
         size_t length = Decode(bytes, code);
@@ -95,22 +95,22 @@ std::u16string NameFromBytes(std::string_view bytes) {
         // A surrogate's own three bytes are kept as such only where the unit spells them again.
         if (length == 3 && surrogate) {
             const WCHAR unit = static_cast<WCHAR>(code);
-            if (IsByteUnit(unit) || (IsLow(unit) && after_lone_high)) {
+            if (IsByteUnit(unit) || (IsLow(unit) && lone_highs != 0)) {
                 length = 0;
             }
         }
         if (length == 0 || bytes[0] == '\\') {
-            // A byte unit after a lone high surrogate would make a pair: that surrogate is spelled as bytes too.
-            if (after_lone_high) {
-                const WCHAR high = name.back();
-                name.pop_back();
+            // A byte unit after a lone high surrogate would make a pair: such surrogates are spelled as bytes too.
+            const std::u16string highs = name.substr(name.size() - lone_highs);
+            name.resize(name.size() - lone_highs);
+            for (const WCHAR high : highs) {
                 name += static_cast<WCHAR>(kByteBase + 0xED);
                 name += static_cast<WCHAR>(kByteBase + (0x80 | (high >> 6 & 0x3F)));
                 name += static_cast<WCHAR>(kByteBase + (0x80 | (high & 0x3F)));
             }
             name += static_cast<WCHAR>(kByteBase + static_cast<unsigned char>(bytes[0]));
             bytes.remove_prefix(1);
-            after_lone_high = false;
+            lone_highs = 0;
             continue;
         }
         if (code >= 0x10000) {
@@ -119,7 +119,7 @@ std::u16string NameFromBytes(std::string_view bytes) {
         } else {
             name += static_cast<WCHAR>(code);
         }
-        after_lone_high = surrogate && IsHigh(static_cast<WCHAR>(code));
+        lone_highs = surrogate && IsHigh(static_cast<WCHAR>(code)) ? lone_highs + 1 : 0;
         bytes.remove_prefix(length);
     }
     return name;
@@ -189,7 +189,8 @@ bool MatchesPattern(std::u16string_view name, std::u16string_view pattern) {
         pass_over(0, unit == u'.', false);
         for (size_t p = pattern.size() + 1; p-- > 0;) {
             const bool stays = reached[p] && p < pattern.size() && pattern[p] == u'*';
-            const bool steps = p > 0 && reached[p - 1] && (pattern[p - 1] == unit || pattern[p - 1] == u'?');
+            const bool steps =
+                p > 0 && reached[p - 1] && (pattern[p - 1] == unit || (pattern[p - 1] == u'?' && unit != u'.'));
             reached[p] = stays || steps;
         }
     }

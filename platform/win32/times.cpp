@@ -158,7 +158,7 @@ INT SystemTimeToVariantTime(SYSTEMTIME* time, double* result) {
         return FALSE;
     }
     if (year < 100) {
-        year += year < 30 ? 2000 : 1900;
+        year += year < 50 ? 2000 : 1900;
     }
     if (month == 0) {
         month = 12;

@@ -206,7 +206,7 @@ KVTFILE_API BOOL FileTimeToSystemTime(const FILETIME* time, LPSYSTEMTIME result)
 KVTFILE_API BOOL SystemTimeToFileTime(const SYSTEMTIME* time, LPFILETIME result);
 
 /// Date and time as a DATE; milliseconds are dropped. Days and times out of range are carried over (February 30 is
-/// March 1 or 2); years 0-29 are 20xx, 30-99 19xx. @return 0 (result unchanged): month above 12, or a year outside
+/// March 1 or 2); years 0-49 are 20xx, 50-99 19xx. @return 0 (result unchanged): month above 12, or a year outside
 /// 100-9999.
 KVTFILE_API INT SystemTimeToVariantTime(SYSTEMTIME* time, double* result);
 

@@ -2,6 +2,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -47,6 +48,7 @@ void Open(benchmark::State& state) {
         CFXmlCfg cfg;
         if (!cfg.Open(path, 0)) {
             state.SkipWithError("not opened");
+            break;
         }
     }
 }
@@ -61,6 +63,7 @@ void ReadLastItem(benchmark::State& state) {
     for (auto _ : state) {
         if (!cfg.ReadData(path, member)) {
             state.SkipWithError("not found");
+            break;
         }
     }
     state.SetComplexityN(state.range(0));
@@ -90,6 +93,7 @@ void WriteLastValue(benchmark::State& state) {
         text.Format(_T("%d"), ++value);
         if (!cfg.WriteDataValue(path, text)) {
             state.SkipWithError("not written");
+            break;
         }
     }
 }
@@ -112,13 +116,17 @@ void Merge(benchmark::State& state) {
             }
             cfg.Save();
         }
-        std::filesystem::last_write_time(
-            Path("installed.xml"), std::filesystem::last_write_time(Path("installed.xml")) + std::chrono::seconds(2));
+        // Newer than whatever an earlier size recorded.
+        static const auto start = std::filesystem::file_time_type::clock::now();
+        static int newer = 0;
+        std::filesystem::last_write_time(Path("installed.xml"),
+                                         start + std::chrono::hours(1) + std::chrono::seconds(2 * ++newer));
         state.ResumeTiming();
         CFXmlCfg cfg;
         cfg.Open(Wide(work), installed, 0);
         if (!cfg.FindNodeByPath(LastItem(state.range(0)), 1)) {
             state.SkipWithError("not merged");
+            break;
         }
     }
 }
@@ -127,7 +135,8 @@ BENCHMARK(Merge)->RangeMultiplier(10)->Range(10, 1000)->Unit(benchmark::kMillise
 }  // namespace
 
 int main(int argc, char** argv) {
-    // The lists of the registers go into a prefix of the benchmark's own.
+    // The lists of the registers go into a prefix of the benchmark's own, without what an earlier run recorded.
+    std::filesystem::remove_all(Path("prefix"));
     setenv("KVTFILE_PREFIX", Path("prefix").c_str(), 1);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

@@ -73,6 +73,7 @@ void Read(benchmark::State& state) {
         CIniFile ini(path, false);
         if (ini.GetNumValues(_T("Section")) != state.range(0)) {
             state.SkipWithError("wrong number of entries");
+            break;
         }
     }
     Count(state);
@@ -86,6 +87,7 @@ void LookUpAll(benchmark::State& state) {
         for (const CString& name : names) {
             if (ini.GetValue(_T("Section"), name).IsEmpty()) {
                 state.SkipWithError("an entry is missing");
+                break;
             }
         }
     }
@@ -113,6 +115,7 @@ void Write(benchmark::State& state) {
     for (auto _ : state) {
         if (!ini.WriteFile()) {
             state.SkipWithError("not written");
+            break;
         }
     }
     Count(state);
@@ -127,6 +130,7 @@ void SimpleIniRead(benchmark::State& state) {
         ini.LoadFile(path.c_str());
         if (ini.GetSectionSize("Section") != state.range(0)) {
             state.SkipWithError("wrong number of entries");
+            break;
         }
     }
     Count(state);
@@ -141,6 +145,7 @@ void SimpleIniLookUpAll(benchmark::State& state) {
         for (const std::string& name : names) {
             if (!ini.GetValue("Section", name.c_str())) {
                 state.SkipWithError("an entry is missing");
+                break;
             }
         }
     }
@@ -156,6 +161,7 @@ void InihRead(benchmark::State& state) {
         INIReader ini(path);
         if (ini.ParseError() != 0) {
             state.SkipWithError("not read");
+            break;
         }
     }
     Count(state);
@@ -169,6 +175,7 @@ void InihLookUpAll(benchmark::State& state) {
         for (const std::string& name : names) {
             if (ini.Get("Section", name, "").empty()) {
                 state.SkipWithError("an entry is missing");
+                break;
             }
         }
     }

@@ -5,7 +5,9 @@
 // records are dropped by every removal, so that a name never leads to an element that is gone. Objects that never save
 // a position hold no map and pay one comparison.
 
+#include <algorithm>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 #include "kvtfile/XmlFile.h"
@@ -45,19 +47,16 @@ bool CFXmlFile::x_GetMap(SavedPosMap*& out, int map, int size) {
         out = m_pSavedPosMaps[map];
         return false;
     }
-    auto** const maps = new SavedPosMap*[static_cast<size_t>(map) + 2];
-    for (int i = 0; i <= map; ++i) {
-        if (i < count) {
-            maps[i] = m_pSavedPosMaps[i];
-        } else {
-            maps[i] = new SavedPosMap;
-            maps[i]->size = size;
-            maps[i]->buckets = new SavedPos*[static_cast<size_t>(size)]();
-        }
-    }
-    maps[map + 1] = nullptr;
+    // The array grows first, and each map follows when it is complete: memory that runs out on the way loses nothing.
+    auto** const maps = new SavedPosMap*[static_cast<size_t>(map) + 2]();
+    std::copy_n(m_pSavedPosMaps, count, maps);
     delete[] m_pSavedPosMaps;
     m_pSavedPosMaps = maps;
+    for (int i = count; i <= map; ++i) {
+        auto buckets = std::make_unique<SavedPos*[]>(static_cast<size_t>(size));
+        maps[i] = new SavedPosMap{buckets.get(), size};
+        buckets.release();
+    }
     out = maps[map];
     return true;
 }

@@ -1,6 +1,8 @@
-// Copies of a document. The text is shared until one side changes it; records and saved positions are copied.
+// Copies of a document. The text is shared until one side changes it; records and saved positions are copied. A copy
+// that fails changes nothing.
 
 #include <cstring>
+#include <utility>
 
 #include "kvtfile/XmlFile.h"
 
@@ -11,8 +13,25 @@ CFXmlFile::CFXmlFile(const CFXmlFile& other) : CFXmlFile() {
 }
 
 CFXmlFile& CFXmlFile::operator=(const CFXmlFile& other) {
-    if (this != &other)
-        x_Copy(other);
+    if (this == &other)
+        return *this;
+    // Copied aside first: a copy that fails leaves this document as it was.
+    CFXmlFile copy(other);
+    std::swap(m_strDoc, copy.m_strDoc);
+    std::swap(m_strResult, copy.m_strResult);
+    std::swap(m_iPosParent, copy.m_iPosParent);
+    std::swap(m_iPos, copy.m_iPos);
+    std::swap(m_iPosChild, copy.m_iPosChild);
+    std::swap(m_iPosFree, copy.m_iPosFree);
+    std::swap(m_iPosReleased, copy.m_iPosReleased);
+    std::swap(m_nNodeType, copy.m_nNodeType);
+    std::swap(m_nNodeOffset, copy.m_nNodeOffset);
+    std::swap(m_nNodeLength, copy.m_nNodeLength);
+    std::swap(m_nDocFlags, copy.m_nDocFlags);
+    std::swap(m_pSavedPosMaps, copy.m_pSavedPosMaps);
+    std::swap(m_pSegments, copy.m_pSegments);
+    std::swap(m_nPosAllocated, copy.m_nPosAllocated);
+    std::swap(m_nSegmentCapacity, copy.m_nSegmentCapacity);
     return *this;
 }
 
@@ -32,7 +51,7 @@ void CFXmlFile::x_Copy(const CFXmlFile& other) {
     x_FreePosArray();
     const int allocated = m_iPosFree < 8 ? 8 : m_iPosFree;
     const int segments = ((allocated - 1) >> 16) + 1;
-    m_pSegments = new ElemPos*[static_cast<size_t>(segments)];
+    m_pSegments = new ElemPos*[static_cast<size_t>(segments)]();
     m_nSegmentCapacity = segments;
     m_nPosAllocated = allocated;
     for (int i = 0; i < segments; ++i) {

@@ -16,6 +16,8 @@
 #endif
 #include <tchar.h>
 #include <windows.h>
+// DATE, which a lean windows.h leaves out.
+#include <wtypes.h>
 // Names of members in this folder that windows.h turns into other names.
 #undef FindFirstFile
 #undef FindNextFile

@@ -104,6 +104,9 @@ for step in "${steps[@]}"; do
             rm -rf "$KVTFILE_WINE_POOL"
             run_tests windows
             check_dll
+            for prefix in "$KVTFILE_WINE_POOL"/*/; do
+                WINEPREFIX=${prefix%/} /usr/lib/wine/wineserver64 -k >/dev/null 2>&1 || true
+            done
             ;;
         *) echo "unknown step: $step" >&2; exit 2 ;;
     esac

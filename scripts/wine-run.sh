@@ -12,6 +12,8 @@ export WINEDEBUG="${WINEDEBUG:--all}" WINEDLLOVERRIDES="${WINEDLLOVERRIDES:-msco
 export LC_ALL="${KVTFILE_WINE_LOCALE:-C.UTF-8}"
 unset DISPLAY
 wine=$(command -v wine64 || echo /usr/lib/wine/wine64)
+server=/usr/lib/wine/wineserver64
+[ -x "$server" ] || server=wineserver
 
 if [ -n "${WINEPREFIX:-}" ]; then
     exec "$wine" "$@"
@@ -25,6 +27,10 @@ for ((;;)); do
         exec 9>>"$pool/$n.lock"
         if flock -n 9; then
             export WINEPREFIX="$pool/$n"
+            mkdir -p "$WINEPREFIX"
+            # The prefix's server outlives the program: the next one starts at once, and never meets a server on its
+            # way out. It ends by itself when nobody has come for ten minutes.
+            "$server" -p600 >/dev/null 2>&1 9>&-
             if [ ! -e "$WINEPREFIX/system.reg" ]; then
                 "$wine" wineboot -i >/dev/null 2>&1 9>&-
             fi

@@ -67,9 +67,9 @@ run_tests() {  # preset
         return
     fi
     head=$(tr '\n' ' ' <"$junit" | grep -o '<testsuite [^>]*>' | head -n 1)
-    tests=$(sed -E 's/.* tests="([0-9]+)".*/\1/' <<<"$head")
-    bad=$(sed -E 's/.* failures="([0-9]+)".*/\1/' <<<"$head")
-    skips=$(sed -E 's/.* skipped="([0-9]+)".*/\1/' <<<"$head")
+    tests=$(sed -E 's/.*[[:space:]]tests="([0-9]+)".*/\1/' <<<"$head")
+    bad=$(sed -E 's/.*[[:space:]]failures="([0-9]+)".*/\1/' <<<"$head")
+    skips=$(sed -E 's/.*[[:space:]]skipped="([0-9]+)".*/\1/' <<<"$head")
     if [ "$bad" -ne 0 ]; then
         ctest --preset "$preset" --rerun-failed --output-on-failure 2>&1 | tail -n 200 || true
     fi

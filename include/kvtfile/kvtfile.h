@@ -6,6 +6,7 @@
 #include "kvtfile/DataPath.h"
 #include "kvtfile/FileBase.h"
 #include "kvtfile/IniFile.h"
+#include "kvtfile/Registry.h"
 #include "kvtfile/XmlCfg.h"
 #include "kvtfile/XmlFile.h"
 #include "kvtfile/types.h"

@@ -11,6 +11,7 @@
 #include "cfilefind.h"
 #include "clist.h"
 #include "cobject.h"
+#include "crect.h"
 #include "cstdiofile.h"
 #include "cstring.h"
 #include "ctime.h"

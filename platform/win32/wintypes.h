@@ -93,6 +93,8 @@ using HINSTANCE = struct HINSTANCE__*;  ///< A loaded module: what dlopen return
 using HMODULE = HINSTANCE;
 using HWND = struct HWND__*;
 using HICON = struct HICON__*;
+using HKEY = struct HKEY__*;  ///< An open key of the registry.
+using REGSAM = DWORD;         ///< The rights a key is opened with.
 using FARPROC = INT_PTR (*)();
 
 #define INVALID_HANDLE_VALUE (reinterpret_cast<HANDLE>(static_cast<INT_PTR>(-1)))
@@ -133,6 +135,18 @@ struct SYSTEMTIME {
     WORD wMilliseconds;
 };
 using LPSYSTEMTIME = SYSTEMTIME*;
+
+struct POINT {
+    LONG x;
+    LONG y;
+};
+
+struct RECT {
+    LONG left;
+    LONG top;
+    LONG right;
+    LONG bottom;
+};
 
 struct WIN32_FILE_ATTRIBUTE_DATA {
     DWORD dwFileAttributes;

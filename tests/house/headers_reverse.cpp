@@ -3,6 +3,7 @@
 // clang-format off
 #include "kvtfile/XmlFile.h"
 #include "kvtfile/XmlCfg.h"
+#include "kvtfile/Registry.h"
 #include "kvtfile/IniFile.h"
 #include "kvtfile/FileBase.h"
 #include "kvtfile/DataPath.h"

@@ -88,6 +88,18 @@ constexpr MessageRow kMessages[] = {
     {995, u"The I/O operation has been aborted because of either a thread exit or an application request."},
     {998, u"Invalid access to memory location."},
     {1004, u"Invalid flags."},
+    {1009, u"The configuration registry database is corrupt."},
+    {1010, u"The configuration registry key is invalid."},
+    {1011, u"The configuration registry key could not be opened."},
+    {1012, u"The configuration registry key could not be read."},
+    {1013, u"The configuration registry key could not be written."},
+    {1015,
+     u"The registry is corrupted. The structure of one of the files containing registry data is corrupted, or the "
+     u"system's memory image of the file is corrupted, or the file could not be recovered because the alternate copy "
+     u"or log was absent or corrupted."},
+    {1016,
+     u"An I/O operation initiated by the registry failed unrecoverably. The registry could not read in, or write out, "
+     u"or flush, one of the files that contain the system's image of the registry."},
     {1018, u"Illegal operation attempted on a registry key that has been marked for deletion."},
     {1113, u"No mapping for the Unicode character exists in the target multi-byte code page."},
     {1117, u"The request could not be performed because of an I/O device error."},
@@ -96,6 +108,7 @@ constexpr MessageRow kMessages[] = {
     {1142, u"An attempt was made to create more links on a file than the file system supports."},
     {1223, u"The operation was canceled by the user."},
     {1295, u"The requested file operation failed because the storage quota was exceeded."},
+    {1306, u"Indicates two revision levels are incompatible."},
     {1314, u"A required privilege is not held by the client."},
     {1392, u"The file or directory is corrupted and unreadable."},
     {1460, u"This operation returned because the timeout period expired."},

@@ -163,6 +163,81 @@ KVTFILE_API UINT GetTempFileNameW(LPCWSTR folder, LPCWSTR prefix, UINT unique, L
 /// @param size In: the buffer's room. Out: the length; error 111: the room needed, the NUL included.
 KVTFILE_API BOOL GetComputerNameW(LPWSTR buffer, LPDWORD size);
 
+// ---- Registry ---------------------------------------------------------------------------------------------------
+// Keys and values stand in `<prefix>/registry.db`, made at the first call. The calls return 0 or the error and leave
+// the last error alone; results are untouched on failure unless a call says otherwise. Key and value names match
+// without regard to case and keep their first spelling. Several threads and processes may use the store at once; what a
+// call has reported as written outlives the process, whatever its end.
+//
+// A path of keys has "\" between names; one or more at its end or doubled between names change nothing; null or an
+// empty path is the key itself. Any call may fail with 5 the handle lacks the right or the store may not be written,
+// 6 not an open key, 8 no memory, 112 the disk is full, 170 another process has locked the store for longer than 30
+// seconds, 1009 the store is of another kind, 1015 it is damaged, 1016 it cannot be read or written, 1018 the key has
+// been deleted, 1306 it was made by a newer version of the library. Paths add 87 for a name above 255 characters or a
+// key below level 512 and 161 for "\" at the start.
+//
+// HKEY_CLASSES_ROOT shows `Software\Classes` of HKEY_CURRENT_USER over that of HKEY_LOCAL_MACHINE: what stands in the
+// user's hides the machine's of the same name. New keys go to the machine's, values to the user's key where there is
+// one.
+
+/// Opens a key. @param options 0. @param access KEY_READ, KEY_ALL_ACCESS, ...; each call checks what it needs.
+/// @param result Receives the key, to be closed with RegCloseKey; null on failure. Error 2: no such key.
+KVTFILE_API LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR path, DWORD options, REGSAM access, PHKEY result);
+
+/// Opens a key, or makes it with those above it, all or none.
+/// @param reserved 0. @param keyClass A text kept with a new key; may be null. @param options REG_OPTION_NON_VOLATILE;
+///        others are refused (50). @param security Not looked at.
+/// @param disposition Receives REG_CREATED_NEW_KEY or REG_OPENED_EXISTING_KEY; may be null.
+/// Error 87: also for a new key directly below HKEY_LOCAL_MACHINE or HKEY_USERS.
+KVTFILE_API LSTATUS RegCreateKeyExW(HKEY key, LPCWSTR path, DWORD reserved, LPWSTR keyClass, DWORD options,
+                                    REGSAM access, LPSECURITY_ATTRIBUTES security, PHKEY result, LPDWORD disposition);
+
+/// Closes a key; a predefined one may be closed as often as one likes.
+KVTFILE_API LSTATUS RegCloseKey(HKEY key);
+
+/// Deletes a key and its values. Its open handles then give error 1018.
+/// Errors: 2 no such key, 5 it has sub-keys or is the root of a hive, 87 null path.
+KVTFILE_API LSTATUS RegDeleteKeyW(HKEY key, LPCWSTR path);
+
+/// The name of sub-key number `index`, in the order of upper-case names.
+/// @param name, length The buffer and its room in characters; out: the name's length without its NUL.
+/// @param reserved Null. @param keyClass, classLength The class alike; may be null. @param written May be null.
+/// Errors: 234 the buffer is too small, 259 no such index. Walking the indices costs a constant time each as long as
+/// nothing changes in between.
+KVTFILE_API LSTATUS RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, LPDWORD length, LPDWORD reserved, LPWSTR keyClass,
+                                  LPDWORD classLength, FILETIME* written);
+
+/// As RegEnumKeyExW, name only; `room` in characters, the NUL included.
+KVTFILE_API LSTATUS RegEnumKeyW(HKEY key, DWORD index, LPWSTR name, DWORD room);
+
+/// Counts and greatest lengths of what a key holds: names in characters without NUL, data in bytes. Any pointer may be
+/// null. @param classLength In: room; out: length without NUL. @param reserved Null. @param securitySize Receives 0.
+/// Complexity: constant for what concerns sub-keys (their class lengths but excepted), else linear in the values.
+KVTFILE_API LSTATUS RegQueryInfoKeyW(HKEY key, LPWSTR keyClass, LPDWORD classLength, LPDWORD reserved, LPDWORD subKeys,
+                                     LPDWORD longestSubKey, LPDWORD longestClass, LPDWORD values,
+                                     LPDWORD longestValueName, LPDWORD longestValue, LPDWORD securitySize,
+                                     FILETIME* written);
+
+/// Returns when all that was written is on the storage device.
+KVTFILE_API LSTATUS RegFlushKey(HKEY key);
+
+/// Reads a value. @param name Null or empty: the unnamed value. @param reserved Null. @param type May be null.
+/// @param data May be null: only the size is wanted. @param size In: room in bytes; out: the value's size.
+/// Bytes come as they were stored: a text without NUL has none here.
+/// Errors: 2 no such value, 87 data without size, 234 the buffer is too small (type and size are told).
+KVTFILE_API LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data, LPDWORD size);
+
+/// Writes a value: any type number, the bytes as given. Errors: 87 a name above 16,383 characters, 998 null data with
+/// a size.
+KVTFILE_API LSTATUS RegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data, DWORD size);
+
+/// Deletes a value. Error 2: no such value.
+KVTFILE_API LSTATUS RegDeleteValueW(HKEY key, LPCWSTR name);
+
+/// Value number `index`, in the order of creation. Arguments and errors as for RegEnumKeyExW and RegQueryValueExW.
+KVTFILE_API LSTATUS RegEnumValueW(HKEY key, DWORD index, LPWSTR name, LPDWORD length, LPDWORD reserved, LPDWORD type,
+                                  LPBYTE data, LPDWORD size);
+
 // ---- Modules and the process ------------------------------------------------------------------------------------
 
 /// Path of a loaded module; null is the program. A buffer that is too small gets a cut text with a NUL, the result is

@@ -93,8 +93,8 @@ using HINSTANCE = struct HINSTANCE__*;  ///< A loaded module: what dlopen return
 using HMODULE = HINSTANCE;
 using HWND = struct HWND__*;
 using HICON = struct HICON__*;
-using HKEY = struct HKEY__*;  ///< An open key of the registry.
-using REGSAM = DWORD;         ///< The rights a key is opened with.
+using HKEY = struct HKEY__*;  ///< An open registry key, or one of the predefined ones (HKEY_LOCAL_MACHINE, ...).
+using PHKEY = HKEY*;
 using FARPROC = INT_PTR (*)();
 
 #define INVALID_HANDLE_VALUE (reinterpret_cast<HANDLE>(static_cast<INT_PTR>(-1)))
@@ -237,6 +237,11 @@ constexpr DWORD ERROR_NO_MORE_ITEMS = 259;
 constexpr DWORD ERROR_DIRECTORY = 267;
 constexpr DWORD ERROR_MR_MID_NOT_FOUND = 317;
 constexpr DWORD ERROR_INVALID_ADDRESS = 487;
+constexpr DWORD ERROR_NOACCESS = 998;
+constexpr DWORD ERROR_BADDB = 1009;
+constexpr DWORD ERROR_REGISTRY_CORRUPT = 1015;
+constexpr DWORD ERROR_REGISTRY_IO_FAILED = 1016;
+constexpr DWORD ERROR_REVISION_MISMATCH = 1306;
 constexpr DWORD ERROR_PRIVILEGE_NOT_HELD = 1314;
 constexpr DWORD ERROR_KEY_DELETED = 1018;
 constexpr DWORD ERROR_INVALID_FLAGS = 1004;
@@ -296,6 +301,63 @@ constexpr DWORD FILE_FLAG_BACKUP_SEMANTICS = 0x02000000;
 constexpr DWORD MOVEFILE_REPLACE_EXISTING = 1;
 constexpr DWORD MOVEFILE_COPY_ALLOWED = 2;
 constexpr DWORD MOVEFILE_WRITE_THROUGH = 8;
+
+// ---- Registry ---------------------------------------------------------------------------------------------------
+
+using LSTATUS = LONG;  ///< What the registry calls return: 0 or an error number.
+using ACCESS_MASK = DWORD;
+using REGSAM = ACCESS_MASK;
+
+// The predefined keys: addresses that no handle of an open key has.
+#define KVTFILE_PREDEFINED_KEY(number) (reinterpret_cast<HKEY>(static_cast<INT_PTR>(static_cast<INT>(number))))
+#define HKEY_CLASSES_ROOT KVTFILE_PREDEFINED_KEY(0x80000000)
+#define HKEY_CURRENT_USER KVTFILE_PREDEFINED_KEY(0x80000001)
+#define HKEY_LOCAL_MACHINE KVTFILE_PREDEFINED_KEY(0x80000002)
+#define HKEY_USERS KVTFILE_PREDEFINED_KEY(0x80000003)
+#define HKEY_CURRENT_CONFIG KVTFILE_PREDEFINED_KEY(0x80000005)
+
+constexpr ACCESS_MASK READ_CONTROL = 0x00020000;
+constexpr ACCESS_MASK WRITE_DAC = 0x00040000;
+constexpr ACCESS_MASK WRITE_OWNER = 0x00080000;
+constexpr ACCESS_MASK SYNCHRONIZE = 0x00100000;
+constexpr ACCESS_MASK STANDARD_RIGHTS_REQUIRED = DELETE | READ_CONTROL | WRITE_DAC | WRITE_OWNER;
+constexpr ACCESS_MASK STANDARD_RIGHTS_READ = READ_CONTROL;
+constexpr ACCESS_MASK STANDARD_RIGHTS_WRITE = READ_CONTROL;
+constexpr ACCESS_MASK STANDARD_RIGHTS_ALL = STANDARD_RIGHTS_REQUIRED | SYNCHRONIZE;
+constexpr ACCESS_MASK MAXIMUM_ALLOWED = 0x02000000;
+
+constexpr REGSAM KEY_QUERY_VALUE = 0x0001;
+constexpr REGSAM KEY_SET_VALUE = 0x0002;
+constexpr REGSAM KEY_CREATE_SUB_KEY = 0x0004;
+constexpr REGSAM KEY_ENUMERATE_SUB_KEYS = 0x0008;
+constexpr REGSAM KEY_NOTIFY = 0x0010;
+constexpr REGSAM KEY_CREATE_LINK = 0x0020;
+constexpr REGSAM KEY_WOW64_64KEY = 0x0100;  ///< There is one view of the registry: both views are the same.
+constexpr REGSAM KEY_WOW64_32KEY = 0x0200;
+constexpr REGSAM KEY_READ = STANDARD_RIGHTS_READ | KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS | KEY_NOTIFY;
+constexpr REGSAM KEY_WRITE = STANDARD_RIGHTS_WRITE | KEY_SET_VALUE | KEY_CREATE_SUB_KEY;
+constexpr REGSAM KEY_EXECUTE = KEY_READ;
+constexpr REGSAM KEY_ALL_ACCESS = STANDARD_RIGHTS_REQUIRED | KEY_QUERY_VALUE | KEY_SET_VALUE | KEY_CREATE_SUB_KEY |
+                                  KEY_ENUMERATE_SUB_KEYS | KEY_NOTIFY | KEY_CREATE_LINK;
+
+constexpr DWORD REG_OPTION_NON_VOLATILE = 0;
+constexpr DWORD REG_CREATED_NEW_KEY = 1;
+constexpr DWORD REG_OPENED_EXISTING_KEY = 2;
+
+constexpr DWORD REG_NONE = 0;
+constexpr DWORD REG_SZ = 1;
+constexpr DWORD REG_EXPAND_SZ = 2;
+constexpr DWORD REG_BINARY = 3;
+constexpr DWORD REG_DWORD = 4;
+constexpr DWORD REG_DWORD_LITTLE_ENDIAN = 4;
+constexpr DWORD REG_DWORD_BIG_ENDIAN = 5;
+constexpr DWORD REG_LINK = 6;
+constexpr DWORD REG_MULTI_SZ = 7;
+constexpr DWORD REG_RESOURCE_LIST = 8;
+constexpr DWORD REG_FULL_RESOURCE_DESCRIPTOR = 9;
+constexpr DWORD REG_RESOURCE_REQUIREMENTS_LIST = 10;
+constexpr DWORD REG_QWORD = 11;
+constexpr DWORD REG_QWORD_LITTLE_ENDIAN = 11;
 
 // ---- Messages, code pages, memory -------------------------------------------------------------------------------
 

@@ -74,9 +74,9 @@ UINT ResolvePage(UINT page) {
     switch (page) {
         case CP_ACP:
         case CP_THREAD_ACP:
-            return kvtwin::Env().ansi_page;
+            return kvtwin::Env().pages.ansi;
         case CP_OEMCP:
-            return kvtwin::Env().oem_page;
+            return kvtwin::Env().pages.oem;
         case CP_MACCP:
             return 10000;
         default:
@@ -411,9 +411,9 @@ BOOL IsValidCodePage(UINT page) {
 }
 
 UINT GetACP() {
-    return kvtwin::Env().ansi_page;
+    return kvtwin::Env().pages.ansi;
 }
 
 UINT GetOEMCP() {
-    return kvtwin::Env().oem_page;
+    return kvtwin::Env().pages.oem;
 }

@@ -17,22 +17,30 @@ namespace {
 
 struct LanguageRow {
     std::string_view locale;  // a language, or a language and a country
-    UINT ansi_page;
-    UINT oem_page;
+    kvtwin::CodePages pages;
+
+    bool Begins(std::string_view name) const {
+        return name.starts_with(locale) &&
+               (name.size() == locale.size() ||
+                std::string_view("_.@").find(name[locale.size()]) != std::string_view::npos);
+    }
 };
 
 // The first row that begins the locale's name holds.
 constexpr LanguageRow kLanguages[] = {
-    {"zh_TW", 950, 950},  {"zh_HK", 950, 950}, {"zh_MO", 950, 950},  {"zh", 936, 936},     {"ja", 932, 932},
-    {"ko", 949, 949},     {"th", 874, 874},    {"vi", 1258, 1258},   {"ru", 1251, 866},    {"uk", 1251, 866},
-    {"be", 1251, 866},    {"bg", 1251, 866},   {"mk", 1251, 866},    {"pl", 1250, 852},    {"cs", 1250, 852},
-    {"sk", 1250, 852},    {"hu", 1250, 852},   {"ro", 1250, 852},    {"hr", 1250, 852},    {"sl", 1250, 852},
-    {"sq", 1250, 852},    {"sr", 1251, 855},   {"el", 1253, 737},    {"tr", 1254, 857},    {"az", 1254, 857},
-    {"he", 1255, 862},    {"ar", 1256, 720},   {"fa", 1256, 720},    {"ur", 1256, 720},    {"et", 1257, 775},
-    {"lv", 1257, 775},    {"lt", 1257, 775},   {"en_GB", 1252, 850}, {"en_AU", 1252, 850}, {"en_NZ", 1252, 850},
-    {"en_IE", 1252, 850}, {"de", 1252, 850},   {"fr", 1252, 850},    {"es", 1252, 850},    {"it", 1252, 850},
-    {"pt", 1252, 850},    {"nl", 1252, 850},   {"sv", 1252, 850},    {"da", 1252, 850},    {"nb", 1252, 850},
-    {"nn", 1252, 850},    {"fi", 1252, 850},   {"is", 1252, 850},    {"ca", 1252, 850},
+    {"zh_TW", {950, 950}},  {"zh_HK", {950, 950}},  {"zh_MO", {950, 950}},  {"zh", {936, 936}},
+    {"ja", {932, 932}},     {"ko", {949, 949}},     {"th", {874, 874}},     {"vi", {1258, 1258}},
+    {"ru", {1251, 866}},    {"uk", {1251, 866}},    {"be", {1251, 866}},    {"bg", {1251, 866}},
+    {"mk", {1251, 866}},    {"pl", {1250, 852}},    {"cs", {1250, 852}},    {"sk", {1250, 852}},
+    {"hu", {1250, 852}},    {"ro", {1250, 852}},    {"hr", {1250, 852}},    {"sl", {1250, 852}},
+    {"sq", {1250, 852}},    {"sr", {1251, 855}},    {"el", {1253, 737}},    {"tr", {1254, 857}},
+    {"az", {1254, 857}},    {"he", {1255, 862}},    {"ar", {1256, 720}},    {"fa", {1256, 720}},
+    {"ur", {1256, 720}},    {"et", {1257, 775}},    {"lv", {1257, 775}},    {"lt", {1257, 775}},
+    {"en_GB", {1252, 850}}, {"en_AU", {1252, 850}}, {"en_NZ", {1252, 850}}, {"en_IE", {1252, 850}},
+    {"de", {1252, 850}},    {"fr", {1252, 850}},    {"es", {1252, 850}},    {"it", {1252, 850}},
+    {"pt", {1252, 850}},    {"nl", {1252, 850}},    {"sv", {1252, 850}},    {"da", {1252, 850}},
+    {"nb", {1252, 850}},    {"nn", {1252, 850}},    {"fi", {1252, 850}},    {"is", {1252, 850}},
+    {"ca", {1252, 850}},
 };
 
 std::string_view Variable(const char* name) {
@@ -88,25 +96,13 @@ std::string Prefix(const std::string& home) {
     return prefix;
 }
 
-void SetCodePages(kvtwin::Environment& environment) {
-    std::string_view locale;
+kvtwin::CodePages PagesOfLanguage() {
     for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
-        locale = Variable(name);
-        if (!locale.empty()) {
-            break;
+        if (const std::string_view locale = Variable(name); !locale.empty()) {
+            return kvtwin::PagesOf(locale);
         }
     }
-    environment.ansi_page = 1252;
-    environment.oem_page = 437;
-    for (const LanguageRow& row : kLanguages) {
-        const bool whole =
-            locale.size() == row.locale.size() || locale.substr(row.locale.size()).find_first_of("_.@") == 0;
-        if (locale.starts_with(row.locale) && whole) {
-            environment.ansi_page = row.ansi_page;
-            environment.oem_page = row.oem_page;
-            return;
-        }
-    }
+    return kvtwin::PagesOf({});
 }
 
 constinit std::once_flag g_once;
@@ -120,10 +116,19 @@ void ReadEnvironment() {
     if (prefix.size() < sizeof g_environment.prefix - 256) {
         std::snprintf(g_environment.prefix, sizeof g_environment.prefix, "%s", prefix.c_str());
     }
-    SetCodePages(g_environment);
+    g_environment.pages = PagesOfLanguage();
 }
 
 }  // namespace
+
+kvtwin::CodePages kvtwin::PagesOf(std::string_view locale) {
+    for (const LanguageRow& row : kLanguages) {
+        if (row.Begins(locale)) {
+            return row.pages;
+        }
+    }
+    return {1252, 437};
+}
 
 const kvtwin::Environment& kvtwin::Env() {
     std::call_once(g_once, ReadEnvironment);

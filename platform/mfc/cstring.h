@@ -12,6 +12,9 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#ifdef __cpp_impl_three_way_comparison
+#include <compare>
+#endif
 
 namespace kvtmfc {
 
@@ -337,6 +340,16 @@ inline bool operator>=(const CString& left, LPCWSTR right) {
 inline bool operator>=(LPCWSTR left, const CString& right) {
     return right.Compare(left) <= 0;
 }
+
+#ifdef __cpp_impl_three_way_comparison
+// Without these, a pair, tuple or vector of strings would compare what both sides convert to: their pointers.
+inline std::strong_ordering operator<=>(const CString& left, const CString& right) {
+    return left.Compare(right) <=> 0;
+}
+inline std::strong_ordering operator<=>(const CString& left, LPCWSTR right) {
+    return left.Compare(right) <=> 0;
+}
+#endif
 
 /// A hash of the text up to its first NUL; equal texts (operator==) have equal hashes.
 KVTFILE_API size_t HashText(LPCWSTR text) noexcept;

@@ -1,8 +1,12 @@
 // CString: construction, sharing, buffers and growth.
 #include <climits>
+#include <compare>
 #include <functional>
+#include <map>
 #include <string>
 #include <thread>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "tests/mfc/throws.h"
@@ -293,6 +297,55 @@ TEST(CString, ComparesEveryMix) {
     EXPECT_GT(CString(_T("\xFF41")).Compare(_T("\xD800")), 0) << "units compare, not characters";
     EXPECT_THROWS_POINTER(a.Compare(nullptr), CInvalidArgException);
     EXPECT_THROWS_POINTER(a.CompareNoCase(nullptr), CInvalidArgException);
+}
+
+TEST(CString, ThreeWayComparesTexts) {
+    const CString a(_T("a"));
+    const CString b(_T("b"));
+    const CString again(_T("a"));
+    EXPECT_TRUE((a <=> again) == 0);
+    EXPECT_TRUE((a <=> b) < 0);
+    EXPECT_TRUE((b <=> a) > 0);
+    EXPECT_TRUE((a <=> _T("b")) < 0);
+    EXPECT_TRUE((_T("b") <=> a) > 0);
+    EXPECT_TRUE((a <=> CString(_T("a\0b"), 3)) == 0) << "comparisons end at the first NUL";
+    EXPECT_TRUE(std::compare_three_way()(a, again) == 0);
+    EXPECT_THROWS_POINTER(a <=> static_cast<LPCWSTR>(nullptr), CInvalidArgException);
+}
+
+// Two orders of construction, so that no order of the addresses can pass for that of the texts.
+TEST(CString, CompoundsOrderByText) {
+    const CString a(_T("a"));
+    const CString b(_T("b"));
+    const CString lateB(_T("b"));
+    const CString lateA(_T("a"));
+    const CString* orders[][2] = {{&a, &b}, {&lateA, &b}, {&a, &lateB}, {&lateA, &lateB}};
+    for (const auto& order : orders) {
+        const CString& less = *order[0];
+        const CString& more = *order[1];
+        EXPECT_LT(std::pair(less, 2), std::pair(more, 1));
+        EXPECT_GT(std::pair(more, 1), std::pair(less, 2));
+        EXPECT_LT(std::tuple(1, less), std::tuple(1, more));
+        EXPECT_GT(std::tuple(1, more), std::tuple(1, less));
+        EXPECT_LT(std::vector{less}, std::vector{more});
+        EXPECT_GT(std::vector{more}, std::vector{less});
+    }
+    EXPECT_LT(std::pair(a, 1), std::pair(lateA, 2));
+    EXPECT_LT(std::pair(lateA, 1), std::pair(a, 2));
+    EXPECT_EQ(std::tuple(a, b), std::tuple(lateA, lateB));
+    EXPECT_TRUE((std::tuple(a, b) <=> std::tuple(lateA, lateB)) == 0);
+}
+
+TEST(CString, PairsAreKeysOfMaps) {
+    std::map<std::pair<CString, int>, int> map;
+    map[{CString(_T("b")), 1}] = 1;
+    map[{CString(_T("a")), 2}] = 2;
+    map[{CString(_T("a")), 1}] = 3;
+    map[{CString(_T("a")), 2}] += 40;
+    ASSERT_EQ(map.size(), 3u);
+    EXPECT_EQ((map.begin()->first), (std::pair(CString(_T("a")), 1)));
+    EXPECT_EQ((map.rbegin()->first), (std::pair(CString(_T("b")), 1)));
+    EXPECT_EQ((map.at({CString(_T("a")), 2})), 42);
 }
 
 TEST(CString, EqualTextsHaveEqualHashes) {

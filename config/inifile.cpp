@@ -5,8 +5,8 @@
 
 #include "kvtfile/IniFile.h"
 
-#include "config/quiet.h"
 #include "config/syncregister.h"
+#include "platform/quiet.h"
 
 namespace kvtfile {
 

@@ -5,12 +5,12 @@
 
 #include <string>
 
-#include "config/quiet.h"
 #include "config/syncregister.h"
 #include "kvtfile/FileBase.h"
 #include "kvtfile/IniFile.h"
 #include "platform/io/safe_save.h"
 #include "platform/mfc/codepage936.h"
+#include "platform/quiet.h"
 
 namespace kvtfile {
 

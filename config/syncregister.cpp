@@ -7,10 +7,10 @@
 
 #include "config/syncregister.h"
 
-#include "config/quiet.h"
 #include "kvtfile/DataPath.h"
 #include "kvtfile/FileBase.h"
 #include "kvtfile/IniFile.h"
+#include "platform/quiet.h"
 
 namespace kvtfile {
 

@@ -5,8 +5,8 @@
 
 #include "kvtfile/XmlCfg.h"
 
-#include "config/quiet.h"
 #include "config/syncregister.h"
+#include "platform/quiet.h"
 
 namespace kvtfile {
 

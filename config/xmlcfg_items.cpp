@@ -3,8 +3,8 @@
 // Invariants. A node is found by its key and tag, never by position; an existing node's key is not rewritten. The file
 // is saved only after a change that went through whole.
 
-#include "config/quiet.h"
 #include "kvtfile/XmlCfg.h"
+#include "platform/quiet.h"
 
 namespace kvtfile {
 

@@ -10,9 +10,9 @@
 #include <utility>
 #include <vector>
 
-#include "config/quiet.h"
 #include "config/syncregister.h"
 #include "kvtfile/XmlCfg.h"
+#include "platform/quiet.h"
 
 namespace kvtfile {
 

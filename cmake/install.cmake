@@ -9,6 +9,7 @@ install(DIRECTORY include/kvtfile DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 # The stand-in types are part of the interface; types.h finds them beside itself.
 install(DIRECTORY platform/mfc DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvtfile/platform
     FILES_MATCHING PATTERN "*.h" PATTERN "*.inc")
+install(FILES platform/companion/zqolecad.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvtfile/platform/companion)
 if(NOT WIN32)
     install(DIRECTORY platform/win32 DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvtfile/platform
         FILES_MATCHING PATTERN "win*.h")

@@ -3,10 +3,13 @@
 /// @file
 /// The whole interface of the library.
 
+#include "kvtfile/AutoLoadArx.h"
+#include "kvtfile/CadHost.h"
 #include "kvtfile/DataPath.h"
 #include "kvtfile/FileBase.h"
 #include "kvtfile/IniFile.h"
 #include "kvtfile/Registry.h"
+#include "kvtfile/SupportPath.h"
 #include "kvtfile/XmlCfg.h"
 #include "kvtfile/XmlFile.h"
 #include "kvtfile/types.h"

@@ -3,10 +3,13 @@
 // clang-format off
 #include "kvtfile/XmlFile.h"
 #include "kvtfile/XmlCfg.h"
+#include "kvtfile/SupportPath.h"
 #include "kvtfile/Registry.h"
 #include "kvtfile/IniFile.h"
 #include "kvtfile/FileBase.h"
 #include "kvtfile/DataPath.h"
+#include "kvtfile/CadHost.h"
+#include "kvtfile/AutoLoadArx.h"
 #include "kvtfile/types.h"
 // clang-format on
 

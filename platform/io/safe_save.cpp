@@ -48,13 +48,15 @@ Path TemporaryFolder() {
     return length <= MAX_PATH ? Path(folder, length) : Path();
 }
 
-// A name that no other process and no other save of this one uses.
+// A name that hardly any other save uses; a file that bears it already is never touched. It is short, so that it fits
+// wherever Windows lets a folder be made: the longest path of a folder leaves room for eleven characters.
 Path PrivateName() {
-    const unsigned long long number =
-        static_cast<unsigned long long>(::GetCurrentProcessId()) << 24 ^ g_next_name++ ^ ::GetTickCount64() << 8;
-    Path name = _T("~kvt");
-    for (int shift = 44; shift >= 0; shift -= 4) {
-        name += _T("0123456789abcdef")[number >> shift & 15];
+    constexpr uint64_t kSpread = 0x9E3779B97F4A7C15;  // mixes what differs into the upper bits
+    const uint64_t number =
+        kSpread * (uint64_t{::GetCurrentProcessId()} << 24 ^ g_next_name++ ^ ::GetTickCount64() << 8);
+    Path name = _T("~");
+    for (int shift = 59; shift >= 34; shift -= 5) {
+        name += _T("0123456789abcdefghijklmnopqrstuv")[number >> shift & 31];
     }
     return name += _T(".tmp");
 }

@@ -57,6 +57,22 @@ TEST(IoSafeSave, ReplacesTheContent) {
     EXPECT_EQ(ReadBytes(path), "new");
 }
 
+TEST(IoSafeSave, NewFileIsCollectedUnderANameForWhichEveryFolderHasRoom) {
+    // A folder's path may be so long that a name of eleven characters just fits.
+    TestFolder folder;
+    SafeSave first;
+    SafeSave second;
+    ASSERT_EQ(first.Open(folder.Path(_T("a")), Mode::Replace), 0u);
+    ASSERT_EQ(second.Open(folder.Path(_T("a")), Mode::Replace), 0u);
+    const Names names = folder.Names();
+    ASSERT_EQ(names.size(), 2u);
+    EXPECT_LE(names[0].size(), 11u) << names[0];
+    EXPECT_LE(names[1].size(), 11u) << names[1];
+    EXPECT_EQ(second.Commit(), 0u);
+    EXPECT_EQ(first.Commit(), 0u);
+    EXPECT_EQ(folder.Names(), (Names{"a"}));
+}
+
 TEST(IoSafeSave, AppendsToTheOldBytes) {
     TestFolder folder;
     const CString path = folder.Path(_T("f.txt"));

@@ -63,10 +63,12 @@ void CFXmlFile::x_Copy(const CFXmlFile& other) {
     }
 
     x_FreeSavedPos();
-    for (int map = 0; map < other.x_CountMaps(); ++map) {
+    const int maps = other.x_CountMaps();
+    if (maps != 0)
+        m_pSavedPosMaps = new SavedPosMap*[static_cast<size_t>(maps) + 1]();
+    for (int map = 0; map < maps; ++map) {
         const SavedPosMap& source = *other.m_pSavedPosMaps[map];
-        SavedPosMap* copy = nullptr;
-        x_GetMap(copy, map, source.size);
+        SavedPosMap* const copy = m_pSavedPosMaps[map] = x_NewMap(source.size);
         for (int i = 0; i < source.size; ++i) {
             const int count = x_BucketCount(source.buckets[i]);
             for (int k = 0; k < count; ++k) {

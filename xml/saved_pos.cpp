@@ -40,6 +40,13 @@ int CFXmlFile::x_CountMaps() const {
     return count;
 }
 
+CFXmlFile::SavedPosMap* CFXmlFile::x_NewMap(int size) {
+    auto buckets = std::make_unique<SavedPos*[]>(static_cast<size_t>(size));
+    auto* const map = new SavedPosMap{buckets.get(), size};
+    buckets.release();
+    return map;
+}
+
 /// Gives map number `map`, making it and the missing ones before it. False when it existed already.
 bool CFXmlFile::x_GetMap(SavedPosMap*& out, int map, int size) {
     const int count = x_CountMaps();
@@ -52,11 +59,8 @@ bool CFXmlFile::x_GetMap(SavedPosMap*& out, int map, int size) {
     std::copy_n(m_pSavedPosMaps, count, maps);
     delete[] m_pSavedPosMaps;
     m_pSavedPosMaps = maps;
-    for (int i = count; i <= map; ++i) {
-        auto buckets = std::make_unique<SavedPos*[]>(static_cast<size_t>(size));
-        maps[i] = new SavedPosMap{buckets.get(), size};
-        buckets.release();
-    }
+    for (int i = count; i <= map; ++i)
+        maps[i] = x_NewMap(size);
     out = maps[map];
     return true;
 }
@@ -115,8 +119,9 @@ bool CFXmlFile::SavePos(MCD_CSTR name, int map) {
     x_GetMap(saved, map);
     SavedPos* entry = x_FindSavedPos(*saved, name);
     if (entry == nullptr) {
+        const CString kept = static_cast<LPCWSTR>(name);
         entry = &x_AppendSavedPos(saved->buckets[x_Hash(name, saved->size)]);
-        entry->name = static_cast<LPCWSTR>(name);
+        entry->name = kept;
     }
     entry->flags &= SavedPos::inUse | SavedPos::isLast;
     if (m_iPosChild != 0) {
@@ -149,7 +154,8 @@ bool CFXmlFile::RestorePos(MCD_CSTR name, int map) {
 }
 
 void CFXmlFile::x_CheckSavedPos() {
-    for (int map = 0; map < x_CountMaps(); ++map) {
+    const int maps = x_CountMaps();
+    for (int map = 0; map < maps; ++map) {
         SavedPosMap& saved = *m_pSavedPosMaps[map];
         for (int i = 0; i < saved.size; ++i) {
             SavedPos* const bucket = saved.buckets[i];
@@ -182,7 +188,8 @@ void CFXmlFile::x_CutBucket(SavedPos*& bucket, int kept, int count) {
 
 /// Forgets all positions; the maps keep their sizes.
 void CFXmlFile::x_ClearSavedPos() {
-    for (int map = 0; map < x_CountMaps(); ++map) {
+    const int maps = x_CountMaps();
+    for (int map = 0; map < maps; ++map) {
         for (int i = 0; i < m_pSavedPosMaps[map]->size; ++i) {
             delete[] m_pSavedPosMaps[map]->buckets[i];
             m_pSavedPosMaps[map]->buckets[i] = nullptr;
@@ -192,7 +199,8 @@ void CFXmlFile::x_ClearSavedPos() {
 
 void CFXmlFile::x_FreeSavedPos() {
     x_ClearSavedPos();
-    for (int map = 0; map < x_CountMaps(); ++map) {
+    const int maps = x_CountMaps();
+    for (int map = 0; map < maps; ++map) {
         delete[] m_pSavedPosMaps[map]->buckets;
         delete m_pSavedPosMaps[map];
     }

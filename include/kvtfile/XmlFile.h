@@ -128,29 +128,39 @@ public:
     const CString& GetDoc() const { return m_strDoc; }
     /// The result text: status of the last load or save, and the first error of the last parse.
     const CString& GetError() const { return m_strResult; }
+    /// The document flags, a set of `DocFlag`. Setting them leaves text and records as they are: `docIgnoreCase` is
+    /// followed by the next look-up or parse, the others by the next load or save.
     int GetDocFlags() const { return m_nDocFlags; }
     void SetDocFlags(int flags) { m_nDocFlags = flags; }
+    /// Back to 0. Without it a document that was big-endian once makes the next file without a mark big-endian.
     void InitDocFlags() { m_nDocFlags = 0; }
     /// True when the last parse met no error and there is exactly one root element.
     bool IsWellFormed() const;
 
     // --- Files --------------------------------------------------------------------------------------------------
 
-    /// Reads a file and parses it; linear in its size. The encoding comes from its byte-order mark, its declaration, or
-    /// its bytes; the document flags take the mark found. False when the file cannot be read (the document is then
-    /// empty, the flags are unchanged, and `GetError` holds the system's text, a space and "Empty document") or its
-    /// text is not well formed. The object is usable either way.
+    /// Reads a file as `ReadTextFile` does without a given encoding and parses it as `SetDoc` does, but for the result
+    /// text: the status of reading, followed by a space and the first parse error if there is one. The document flags
+    /// take the mark found. Linear in the file's size.
+    /// @param path the file
+    /// @return false when the file cannot be read (the document is then empty, the flags are unchanged, and `GetError`
+    ///         holds the reason, a space and "Empty document") or its text is not well formed. The object is usable
+    ///         either way.
     bool Load(MCD_CSTR path);
-    /// Writes the document in the encoding chosen by the document flags or by its own declaration. All or nothing:
-    /// after a failure the old file stands as it was and `GetError` holds the system's text. Success with "(chars lost
-    /// in conversion!)" in `GetError` means that the encoding lacks characters of the text; they were written as "?".
+    /// Writes the document as `WriteTextFile` does without a given encoding: in the encoding chosen by the document
+    /// flags or by its own declaration, after the file's old content with `docAppend`. All or nothing; the document
+    /// and its flags are unchanged. `GetError` holds the status, or the system's text after a failure. Success with
+    /// "(chars lost in conversion!)" in it means that the encoding lacks characters of the text; each was written as
+    /// the code page's default character ("?"), in UTF-8 half a surrogate pair as U+FFFD.
+    /// @param path the file; it is replaced, or made when its folder exists
+    /// @return false when it cannot be written; it then stands as it was
     bool Save(MCD_CSTR path);
     /// Reads a whole text file of at most 2,147,483,647 bytes. NULs are removed; bytes that are not valid UTF-8 become
     /// U+FFFD; what is invalid in another code page becomes what the system makes of it.
     ///
-    /// The encoding is, in this order: that of the file's mark; `encoding`, unless the file is UTF-16; the one declared
-    /// in the first 1,024 bytes; UTF-8 when the first byte is "<"; UTF-8 when every byte fits it; the ANSI code page,
-    /// which also stands for an unknown name.
+    /// The encoding is, in this order: UTF-16 when the file has its mark; `encoding`; UTF-8 when the file has its mark;
+    /// the one declared in the first 1,024 bytes; UTF-8 when the first byte is "<"; UTF-8 when every byte fits it; the
+    /// ANSI code page, which also stands for an unknown name. A mark is never part of the text.
     ///
     /// The status text is made of the encoding's name or "ANSI", "BOM +", "forced NAME", "length N" (units: bytes, or
     /// two bytes for UTF-16), "(N nulls removed)", "endian swap", "(used UTF-8 detection)", "to N wide chars", as far
@@ -158,12 +168,11 @@ public:
     /// @param path     the file
     /// @param text     receives the text; empty after a failure
     /// @param result   receives the status text, or the system's text after a failure; may be null
-    /// @param flags    in: document flags; out: `docUtf16Le` and `docUtf8Mark` as found, `docUtf16Be` set when found
-    /// and
-    ///                 never cleared: a file without a mark is read as big-endian when it comes in set. Others, and all
-    ///                 after a failure, stay as they are. May be null
-    /// @param encoding in: the encoding to force (empty: find out); out: the one used, empty for the ANSI code page;
-    ///                 unchanged after a failure; may be null
+    /// @param flags    in: document flags; out: `docUtf16Le` and `docUtf8Mark` as found, `docUtf16Be` set when found,
+    ///                 but never cleared: a file without a mark is read as big-endian when it comes in set. Others, and
+    ///                 all after a failure, stay as they are. May be null
+    /// @param encoding in: the encoding to force, over a UTF-8 mark too (empty: find out); out: the one used, empty for
+    ///                 the ANSI code page; unchanged after a failure; may be null
     /// @return false when the file cannot be opened or read, is too large, or is in an encoding that the system cannot
     ///         convert ("to 0 wide chars " at the end of the status).
     static bool ReadTextFile(MCD_CSTR path, CString& text, CString* result = nullptr, int* flags = nullptr,
@@ -178,8 +187,10 @@ public:
     /// The status text is made of the name of a UTF-16 encoding, "from wide length N", "endian swap", "(chars lost in
     /// conversion!)", "length N" (units), as far as they apply, each followed by a space; "0 length " for an empty
     /// text.
+    /// @param path     the file; replaced, or made when its folder exists
+    /// @param text     the text, NULs included
     /// @param result   receives the status text, or the system's text after a failure; may be null
-    /// @param flags    document flags; unchanged; may be null
+    /// @param flags    document flags; unchanged; may be null (0)
     /// @param encoding in: the encoding to use (empty: find out); out: the one used; unchanged after a failure; may be
     ///                 null
     /// @return false when the file cannot be opened, written or replaced, or the system cannot convert to the encoding;
@@ -260,14 +271,19 @@ public:
 
     // --- Adding and changing ------------------------------------------------------------------------------------
 
-    /// Adds an element after main (at the end of the parent without main) and moves main to it. The name is written
-    /// as given; the value is escaped.
+    // `flags` is a set of `EditFlag`.
+
+    /// Adds an element after main or the current node (at the end of the parent without either) and moves main to it.
+    /// @param name  written as given
+    /// @param value escaped, or written as CDATA with `editCData`; a number in decimal; empty for `<name/>`
+    /// @return false, with nothing changed, for an empty name, or a value together with `editStartTagOnly`
     bool AddElem(MCD_CSTR name, MCD_CSTR value = MCD_CSTR(), int flags = 0);
     bool AddElem(MCD_CSTR name, int value, int flags = 0);
     /// The same before main (at the start of the parent without main).
     bool InsertElem(MCD_CSTR name, MCD_CSTR value = MCD_CSTR(), int flags = 0);
     bool InsertElem(MCD_CSTR name, int value, int flags = 0);
-    /// The same after, or before, the child of main; child moves to the new element.
+    /// The same after, or before, the child of main (at the end, or start, of main without child); child moves to the
+    /// new element. False without main.
     bool AddChildElem(MCD_CSTR name, MCD_CSTR value = MCD_CSTR(), int flags = 0);
     bool AddChildElem(MCD_CSTR name, int value, int flags = 0);
     bool InsertChildElem(MCD_CSTR name, MCD_CSTR value = MCD_CSTR(), int flags = 0);
@@ -283,7 +299,8 @@ public:
     bool AddNode(int type, MCD_CSTR text);
     bool InsertNode(int type, MCD_CSTR text);
     /// Sets an attribute of main, or of the current processing instruction: its value is replaced, or the attribute
-    /// added at the end of the tag. Quotes and markup characters are escaped.
+    /// added at the end of the tag. Quotes and markup characters are escaped; a number is written in decimal. False,
+    /// with nothing changed, on anything else or for an empty name.
     bool SetAttrib(MCD_CSTR name, MCD_CSTR value, int flags = 0);
     bool SetAttrib(MCD_CSTR name, int value, int flags = 0);
     bool SetChildAttrib(MCD_CSTR name, MCD_CSTR value, int flags = 0);
@@ -301,20 +318,32 @@ public:
 
     // --- Removing -----------------------------------------------------------------------------------------------
 
-    /// Removes main with the whitespace after it; main becomes the previous sibling.
+    /// Removes main with the whitespace after it, unless text follows; main becomes the previous sibling. False without
+    /// main, or on another node.
     bool RemoveElem();
-    /// Removes the child of main; child becomes its previous sibling.
+    /// Removes the child of main in the same way; child becomes its previous sibling. False without child.
     bool RemoveChildElem();
-    /// Removes the current node or element and moves to the item before it.
+    /// Removes the current node or element and moves to the item before it. False before the first one.
     bool RemoveNode();
 
     // --- Saved positions ----------------------------------------------------------------------------------------
 
-    /// Remembers the current element (child, else main, else parent) under a name in map number `map`.
+    // Positions are kept in maps, numbered from 0 and looked up by a hash of the name; a map that is made takes the
+    // missing ones below it along. Edits keep the positions right and forget those of removed elements; a parse
+    // (`SetDoc`, `Load`) forgets all. The maps stay, with their sizes.
+
+    /// Remembers the current element (child, else main, else parent, which may be the document itself). Constant time
+    /// on average while a map has about as many buckets as names.
+    /// @param name compared exactly; the position saved under it before is replaced. May be empty
+    /// @param map  the map's number; one that does not exist is made with 7 buckets
+    /// @return false, with nothing changed, for a null name or a negative number
     bool SavePos(MCD_CSTR name, int map = 0);
-    /// Returns to a remembered element; false when the name is unknown or its element has been removed.
+    /// Returns to a remembered element as what it was: child, main, or parent with no main. The node cursor is cleared.
+    /// @return false, with the position unchanged, when the map holds no such name: it was never saved, or its element
+    ///         has been removed
     bool RestorePos(MCD_CSTR name, int map = 0);
-    /// Makes map number `map` with so many buckets; false when it exists already or the size is not positive.
+    /// Makes map number `map`, and the missing ones below it, with so many buckets.
+    /// @return false, with nothing changed, when it exists already, the size is not positive or the number negative
     bool SetMapSize(int size, int map = 0);
 
 protected:
@@ -494,6 +523,7 @@ protected:
     static SavedPos* x_FindSavedPos(const SavedPosMap& map, LPCWSTR name);
     static SavedPos& x_AppendSavedPos(SavedPos*& bucket);
     static void x_CutBucket(SavedPos*& bucket, int kept, int count);
+    static SavedPosMap* x_NewMap(int size);
     bool x_GetMap(SavedPosMap*& out, int map, int size = 7);
     void x_CheckSavedPos();
     void x_ClearSavedPos();

@@ -188,6 +188,26 @@ TEST(XmlSavedPos, MapsAreSeparateAndKeepTheirSize) {
     EXPECT_TRUE(xml.RestorePos(_T("x"), 1));
 }
 
+TEST(XmlSavedPos, ManyMapsCostNoMoreThanOnePassOverThem) {
+    // A pass for each of them would take hours.
+    const int last = 500000;
+    XmlProbe xml = Parsed("<r><a/><b/></r>");
+    xml.FindChildElem();
+    EXPECT_TRUE(xml.SavePos(_T("a"), last));
+    xml.FindChildElem();
+    EXPECT_TRUE(xml.SavePos(_T("b"), last));
+    EXPECT_TRUE(xml.RemoveChildElem());
+    XmlProbe copy = xml;
+    for (XmlProbe* const document : {&xml, &copy}) {
+        EXPECT_TRUE(document->RestorePos(_T("a"), last));
+        EXPECT_FALSE(document->RestorePos(_T("b"), last));
+        EXPECT_FALSE(document->RestorePos(_T("a"), last - 1));
+        EXPECT_EQ(nullptr, document->m_pSavedPosMaps[last + 1]);
+        document->SetDoc(_T("<r/>"));
+        EXPECT_FALSE(document->RestorePos(_T("a"), last));
+    }
+}
+
 TEST(XmlSavedPos, AParseDropsPositions) {
     XmlProbe xml = Parsed("<r/>");
     xml.FindElem();

@@ -156,6 +156,15 @@ TEST(TextFileRead, Utf16IsNeverForced) {
     EXPECT_EQ(Utf8(read.encoding), "UTF-16LE");
 }
 
+TEST(TextFileRead, AGivenEncodingIsForcedOverAUtf8MarkToo) {
+    const Read read = ReadOf(utf8Mark + "<a>\xD6\xD0</a>", 0, "gbk");
+    EXPECT_EQ(Utf8(read.text), "<a>\xE4\xB8\xAD</a>");
+    EXPECT_EQ(Utf8(read.result), "UTF-8 BOM + forced gbk length 9 to 8 wide chars ");
+    EXPECT_EQ(Utf8(read.encoding), "gbk");
+    EXPECT_EQ(read.flags, flagUtf8Mark);
+    EXPECT_EQ(Utf8(ReadOf(utf8Mark + "<a/>", 0, "UTF-8").result), "UTF-8 BOM + length 4 to 4 wide chars ");
+}
+
 TEST(TextFileRead, AnOddByteAtTheEndOfUtf16IsNoUnit) {
     const Read read = ReadOf(leMark + Le("<a/>") + "x");
     EXPECT_EQ(Utf8(read.text), "<a/>");

@@ -1,3 +1,5 @@
+// The probe: records, trees and what does not agree in them, as text.
+
 #include "tests/xml/xml_probe.h"
 
 #include <sstream>

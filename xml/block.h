@@ -16,6 +16,25 @@ namespace {
 
 constexpr int blockSize = 64;
 
+/// Marks what must become part of its caller: the state of a scan then stays in registers.
+#define KVTFILE_INLINE [[gnu::always_inline]] inline
+/// Marks what must not, for the same reason.
+#define KVTFILE_OUTLINE [[gnu::noinline]]
+
+/// Number of the lowest bit that is set; `bits` is not 0.
+KVTFILE_INLINE int LowestBit(uint64_t bits) {
+    return __builtin_ctzll(bits);
+}
+
+/// All bits up to the lowest that is set, with it; every bit when none is.
+KVTFILE_INLINE uint64_t UpToLowest(uint64_t bits) {
+    return bits ^ (bits - 1);
+}
+
+KVTFILE_INLINE bool IsOddCount(uint64_t bits) {
+    return __builtin_parityll(bits) != 0;
+}
+
 struct Block {
     uint64_t lt;   ///< "<"
     uint64_t gt;   ///< ">"

@@ -137,8 +137,7 @@ bool CFXmlFile::Parser::Matches(int element, ptrdiff_t name, int length) const {
     return EndsTagName(next) || next == '=' || next == '[' || next == ']';
 }
 
-bool CFXmlFile::Parser::ClosesOpen(ptrdiff_t tag, ptrdiff_t end) const {
-    static_cast<void>(end);
+bool CFXmlFile::Parser::ClosesOpen(ptrdiff_t tag) const {
     return open != startParent && Matches(open, tag + 2, NameLength(tag + 2));
 }
 

@@ -54,7 +54,7 @@ struct CFXmlFile::Parser {
     /// Makes room for another record; `segments` and every pointer into it change.
     void Grow();
     /// Whether the end tag at `tag` closes the innermost open element, by the whole rule.
-    bool ClosesOpen(ptrdiff_t tag, ptrdiff_t end) const;
+    bool ClosesOpen(ptrdiff_t tag) const;
     /// Follows what the loop opens and closes, once `names` is kept.
     void NameOpened(int position);
     void NameClosed(int position);

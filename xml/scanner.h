@@ -15,11 +15,11 @@
 namespace kvtfile {
 namespace {
 
-inline bool IsNameStart(unsigned c) {
+KVTFILE_INLINE bool IsNameStart(unsigned c) {
     return c >= 'a' || (c >= 'A' && c <= 'Z') || c == '_' || c == ':';
 }
 
-inline bool IsBlank(unsigned c) {
+KVTFILE_INLINE bool IsBlank(unsigned c) {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
 
@@ -43,64 +43,48 @@ public:
     }
 
     /// Offset of the next "<", and goes on behind it; `none` at the end of the text.
-    inline ptrdiff_t NextTag() {
+    KVTFILE_INLINE ptrdiff_t NextTag() {
         uint64_t found = m_block.lt & m_rest;
         if (found == 0) {
-            found = NextBlockWithTag();
-            if (found == 0)
-                return none;
+            if (m_limit - m_base >= 2 * blockSize) [[likely]]
+                LoadWhole(m_base + blockSize);
+            found = m_block.lt & m_rest;
+            if (found == 0) {
+                Scanner aside(*this);
+                found = aside.NextBlockWithTag();
+                *this = aside;
+                if (found == 0)
+                    return none;
+            }
         }
-        m_rest &= ~(found ^ (found - 1));
-        return m_base + __builtin_ctzll(found);
+        m_rest &= ~UpToLowest(found);
+        return m_base + LowestBit(found);
     }
 
     /// Offset of the ">" that ends the tag whose "<" (at `tag`) was just found, and goes on behind it; `none` when the
     /// text ends first.
-    inline ptrdiff_t TagEnd(ptrdiff_t tag) {
-        const uint64_t found = m_block.gt & m_rest;
-        if (found == 0) [[unlikely]]
-            return LongTagEnd(tag);
-        const uint64_t upTo = found ^ (found - 1);
-        const uint64_t doubled = m_block.dq & m_rest & upTo;
-        const uint64_t single = m_block.sq & m_rest & upTo;
-        m_rest &= ~upTo;
-        if (!ArePaired(doubled, single)) [[unlikely]]
-            return TagEndByQuotes(tag);
-        return m_base + __builtin_ctzll(found);
-    }
-
-    /// Scans the rest of a node that starts with "<" at `tag` and is neither a start nor an end tag.
-    ScannedNode Markup(ptrdiff_t tag) {
-        const unsigned c = m_text[tag + 1];
-        if (c == '?')
-            return EndedBy(tag, 16, tag + 2, '?', 0);
-        if (c == '!') {
-            const unsigned kind = m_text[tag + 2];
-            switch (kind) {
-                case '-':
-                    if (m_text[tag + 3] == '-')
-                        return EndedBy(tag, 32, tag + 4, '-', '-');
-                    return Fault(tag, tag + 3, NodeFault::CommentTag);
-                case '[':
-                    if (m_text[tag + 3] == 'C')
-                        return EndedBy(tag, 8, tag + 4, ']', ']');
-                    return Fault(tag, tag + 3, NodeFault::Tag);
-                case 'D': {
-                    const ptrdiff_t end = FindDocTypeEnd(m_text, m_limit, tag + 2);
-                    if (end < 0)
-                        return Unterminated(tag, 64);
-                    Seek(end);
-                    return ScannedNode{64, tag, end, false, NodeFault::None};
-                }
-                case 'E':
-                case 'A':
-                case 'N':
-                    return EndedBy(tag, 64, tag + 3, 0, 0);
-                default:
-                    return Fault(tag, tag + 2, NodeFault::Bang);
+    KVTFILE_INLINE ptrdiff_t TagEnd(ptrdiff_t tag) {
+        uint64_t doubled = 0;  // as odd as the number of double quotes
+        uint64_t single = 0;
+        for (;;) {
+            const uint64_t found = m_block.gt & m_rest;
+            const uint64_t upTo = UpToLowest(found) & m_rest;
+            doubled ^= m_block.dq & upTo;
+            single |= m_block.sq & upTo;
+            if (found != 0) [[likely]] {
+                if (single != 0 || IsOddCount(doubled)) [[unlikely]]
+                    break;
+                m_rest &= ~upTo;
+                return m_base + LowestBit(found);
             }
+            if (m_limit - m_base < 2 * blockSize) [[unlikely]]
+                break;
+            LoadWhole(m_base + blockSize);
         }
-        return Fault(tag, tag + 1, NodeFault::TagNameCharacter);
+        Scanner aside(*this);
+        const ptrdiff_t end = aside.TagEndByQuotes(tag);
+        *this = aside;
+        return end;
     }
 
     /// Scans one node at `pos`, where the scanner stands.
@@ -128,39 +112,96 @@ public:
     }
 
     /// A node whose end is the end of the text.
-    ScannedNode Unterminated(ptrdiff_t tag, int type) {
+    KVTFILE_INLINE ScannedNode Unterminated(ptrdiff_t tag, int type) {
+        Scanner aside(*this);
+        const ScannedNode node = aside.CutShort(tag, type);
+        *this = aside;
+        return node;
+    }
+
+    /// Scans the rest of a node that starts with "<" at `tag` and is neither a start nor an end tag.
+    KVTFILE_INLINE ScannedNode Markup(ptrdiff_t tag) {
+        Scanner aside(*this);
+        const ScannedNode node = aside.OtherMarkup(tag);
+        *this = aside;
+        return node;
+    }
+
+private:
+    // The rest works on a copy of the scanner whose address may be known; see `KVTFILE_INLINE`.
+
+    KVTFILE_OUTLINE ScannedNode CutShort(ptrdiff_t tag, int type) {
         SeekEnd();
         return ScannedNode{type, tag, m_limit, false, NodeFault::Unterminated};
     }
 
-private:
-    static inline bool ArePaired(uint64_t doubled, uint64_t single) {
-        const bool mixed = doubled != 0 && single != 0;
-        return !(mixed | __builtin_parityll(doubled) | __builtin_parityll(single));
+    KVTFILE_OUTLINE ScannedNode OtherMarkup(ptrdiff_t tag) {
+        const unsigned c = m_text[tag + 1];
+        if (c == '?')
+            return EndedBy(tag, 16, tag + 2, '?', 0);
+        if (c == '!') {
+            const unsigned kind = m_text[tag + 2];
+            switch (kind) {
+                case '-':
+                    if (m_text[tag + 3] == '-')
+                        return EndedBy(tag, 32, tag + 4, '-', '-');
+                    return Fault(tag, tag + 3, NodeFault::CommentTag);
+                case '[':
+                    if (m_text[tag + 3] == 'C')
+                        return EndedBy(tag, 8, tag + 4, ']', ']');
+                    return Fault(tag, tag + 3, NodeFault::Tag);
+                case 'D': {
+                    const ptrdiff_t end = FindDocTypeEnd(m_text, m_limit, tag + 2);
+                    if (end < 0)
+                        return CutShort(tag, 64);
+                    Seek(end);
+                    return ScannedNode{64, tag, end, false, NodeFault::None};
+                }
+                case 'E':
+                case 'A':
+                case 'N':
+                    return EndedBy(tag, 64, tag + 3, 0, 0);
+                default:
+                    return Fault(tag, tag + 2, NodeFault::Bang);
+            }
+        }
+        return Fault(tag, tag + 1, NodeFault::TagNameCharacter);
     }
 
-    inline void Load(ptrdiff_t pos) {
+    /// Classifies a block that the text fills; with a NUL in it, nothing is found in it yet (`LoadTail`).
+    KVTFILE_INLINE void LoadWhole(ptrdiff_t pos) {
         m_base = pos;
         m_rest = ~uint64_t(0);
-        if (m_limit - pos >= blockSize) [[likely]]
-            Simd::Classify(m_text + pos, m_block);
-        else
+        Simd::Classify(m_text + pos, m_block);
+        if (m_block.nul != 0) [[unlikely]] {
+            Scanner aside(*this);
+            aside.CutAtNul();
+            *this = aside;
+        }
+    }
+
+    KVTFILE_OUTLINE void Load(ptrdiff_t pos) {
+        if (m_limit - pos >= blockSize) {
+            LoadWhole(pos);
+        } else {
             LoadTail(pos);
-        if (m_block.nul != 0) [[unlikely]]
             CutAtNul();
+        }
     }
 
     /// The last block, which the text does not fill.
     void LoadTail(ptrdiff_t pos) {
+        m_base = pos;
+        m_rest = ~uint64_t(0);
         WCHAR tail[blockSize] = {};
         for (ptrdiff_t i = pos; i < m_limit; ++i)
             tail[i - pos] = m_text[i];
         Simd::Classify(tail, m_block);
     }
 
-    void CutAtNul() {
+    KVTFILE_OUTLINE void CutAtNul() {
         const uint64_t before = (m_block.nul & -m_block.nul) - 1;
-        m_limit = m_base + __builtin_ctzll(m_block.nul);
+        m_limit = m_base + LowestBit(m_block.nul);
         m_block.lt &= before;
         m_block.gt &= before;
         m_block.dq &= before;
@@ -176,50 +217,21 @@ private:
         m_rest = 0;
     }
 
-    uint64_t NextBlockWithTag() {
-        if (IsLastBlock())
-            return 0;
-        Load(m_base + blockSize);
-        while (m_block.lt == 0) {
+    /// The "<" of the next block that has any, from a block whose rest has none; 0 at the end of the text.
+    KVTFILE_OUTLINE uint64_t NextBlockWithTag() {
+        do {
             if (IsLastBlock())
                 return 0;
             ptrdiff_t next = m_base + blockSize;
             while (m_limit - next >= blockSize && Simd::IsPlainText(m_text + next))
                 next += blockSize;
             Load(next);
-        }
+        } while (m_block.lt == 0);
         return m_block.lt;
     }
 
-    /// The end of a tag that goes on in further blocks.
-    ptrdiff_t LongTagEnd(ptrdiff_t tag) {
-        uint64_t doubled = m_block.dq & m_rest;
-        uint64_t single = m_block.sq & m_rest;
-        bool anyDouble = doubled != 0;
-        bool anySingle = single != 0;
-        int odd = __builtin_parityll(doubled) | (__builtin_parityll(single) << 1);
-        for (;;) {
-            if (IsLastBlock())
-                return none;
-            Load(m_base + blockSize);
-            const uint64_t found = m_block.gt;
-            const uint64_t upTo = found ^ (found - 1);  // everything when there is none
-            doubled = m_block.dq & upTo;
-            single = m_block.sq & upTo;
-            anyDouble |= doubled != 0;
-            anySingle |= single != 0;
-            odd ^= __builtin_parityll(doubled) | (__builtin_parityll(single) << 1);
-            if (found != 0) {
-                if (odd != 0 || (anyDouble && anySingle))
-                    return TagEndByQuotes(tag);
-                m_rest = ~upTo;
-                return m_base + __builtin_ctzll(found);
-            }
-        }
-    }
-
     /// The end of a tag by the rule itself, from quote to quote.
-    ptrdiff_t TagEndByQuotes(ptrdiff_t tag) {
+    KVTFILE_OUTLINE ptrdiff_t TagEndByQuotes(ptrdiff_t tag) {
         Seek(tag + 1);
         unsigned quote = 0;
         for (;;) {
@@ -231,8 +243,8 @@ private:
                 Load(m_base + blockSize);
                 continue;
             }
-            m_rest &= ~(found ^ (found - 1));
-            const ptrdiff_t at = m_base + __builtin_ctzll(found);
+            m_rest &= ~UpToLowest(found);
+            const ptrdiff_t at = m_base + LowestBit(found);
             if (quote != 0)
                 quote = 0;
             else if (m_text[at] == '>')
@@ -250,12 +262,12 @@ private:
             const uint64_t found = m_block.gt & m_rest;
             if (found == 0) {
                 if (IsLastBlock())
-                    return Unterminated(tag, type);
+                    return CutShort(tag, type);
                 Load(m_base + blockSize);
                 continue;
             }
-            m_rest &= ~(found ^ (found - 1));
-            const ptrdiff_t at = m_base + __builtin_ctzll(found);
+            m_rest &= ~UpToLowest(found);
+            const ptrdiff_t at = m_base + LowestBit(found);
             if (at >= least && (last == 0 || m_text[at - 1] == last) &&
                 (beforeLast == 0 || m_text[at - 2] == beforeLast))
                 return ScannedNode{type, tag, at + 1, false, NodeFault::None};
@@ -266,7 +278,7 @@ private:
     ScannedNode Fault(ptrdiff_t tag, ptrdiff_t offending, NodeFault fault) {
         for (ptrdiff_t i = tag + 1; i <= offending; ++i) {
             if (i >= m_limit || m_text[i] == 0)
-                return Unterminated(tag, nodeUndecided);
+                return CutShort(tag, nodeUndecided);
         }
         Seek(offending + 1);
         return ScannedNode{-1, tag, offending + 1, false, fault};

@@ -11,20 +11,22 @@ namespace kvtfile {
 namespace {
 
 struct Avx2Simd {
-    static inline __m256i Load(const WCHAR* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
+    KVTFILE_INLINE static __m256i Load(const WCHAR* p) {
+        return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+    }
 
-    static inline uint64_t Mask(__m256i low, __m256i high, char searched) {
+    KVTFILE_INLINE static uint64_t Mask(__m256i low, __m256i high, char searched) {
         const __m256i c = _mm256_set1_epi8(searched);
         const uint32_t a = static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(low, c)));
         const uint32_t b = static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(high, c)));
         return (static_cast<uint64_t>(b) << 32) | a;
     }
 
-    static inline __m256i Pack(__m256i a, __m256i b) {
+    KVTFILE_INLINE static __m256i Pack(__m256i a, __m256i b) {
         return _mm256_permute4x64_epi64(_mm256_packus_epi16(a, b), 0xD8);
     }
 
-    static inline void Classify(const WCHAR* p, Block& block) {
+    KVTFILE_INLINE static void Classify(const WCHAR* p, Block& block) {
         // Limited to 0xFF first, so that nothing but NUL saturates to 0.
         const __m256i limit = _mm256_set1_epi16(0xFF);
         const __m256i low = Pack(_mm256_min_epu16(Load(p), limit), _mm256_min_epu16(Load(p + 16), limit));
@@ -39,7 +41,7 @@ struct Avx2Simd {
             block.nul = Mask(low, high, 0);
     }
 
-    static inline bool IsPlainText(const WCHAR* p) {
+    KVTFILE_INLINE static bool IsPlainText(const WCHAR* p) {
         const __m256i zero = _mm256_setzero_si256();
         const __m256i lt = _mm256_set1_epi16('<');
         __m256i found = zero;
@@ -50,11 +52,11 @@ struct Avx2Simd {
         return _mm256_testz_si256(found, found) != 0;
     }
 
-    static inline bool SameStart(const WCHAR* a, const WCHAR* b, int count) {
+    KVTFILE_INLINE static bool SameStart(const WCHAR* a, const WCHAR* b, int count) {
         const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a));
         const __m128i y = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b));
         const uint32_t same = static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi16(x, y)));
-        return ((~same) & ((1u << (2 * count)) - 1)) == 0;
+        return LowestBit(~same) >= 2 * count;
     }
 };
 

@@ -36,7 +36,7 @@ struct ScalarSimd {
     }
 
     /// Whether the `blockSize` characters at `p` hold neither "<" nor NUL.
-    static inline bool IsPlainText(const WCHAR* p) {
+    KVTFILE_INLINE static bool IsPlainText(const WCHAR* p) {
         for (int i = 0; i < blockSize; ++i) {
             if (p[i] == '<' || p[i] == 0)
                 return false;
@@ -45,7 +45,7 @@ struct ScalarSimd {
     }
 
     /// Whether the 8 characters at `a` and `b` are the same in the first `count` (at most 8).
-    static inline bool SameStart(const WCHAR* a, const WCHAR* b, int count) {
+    KVTFILE_INLINE static bool SameStart(const WCHAR* a, const WCHAR* b, int count) {
         for (int i = 0; i < count; ++i) {
             if (a[i] != b[i])
                 return false;

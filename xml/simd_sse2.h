@@ -14,9 +14,9 @@ namespace kvtfile {
 namespace {
 
 struct Sse2Simd {
-    static inline __m128i Load(const WCHAR* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+    KVTFILE_INLINE static __m128i Load(const WCHAR* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
 
-    static inline uint64_t Mask(const __m128i (&bytes)[4], char searched) {
+    KVTFILE_INLINE static uint64_t Mask(const __m128i (&bytes)[4], char searched) {
         const __m128i c = _mm_set1_epi8(searched);
         uint64_t mask = 0;
         for (int i = 0; i < 4; ++i) {
@@ -26,7 +26,7 @@ struct Sse2Simd {
         return mask;
     }
 
-    static inline void Classify(const WCHAR* p, Block& block) {
+    KVTFILE_INLINE static void Classify(const WCHAR* p, Block& block) {
         const __m128i zero = _mm_setzero_si128();
         __m128i bytes[4];
         __m128i nul[4];
@@ -46,7 +46,7 @@ struct Sse2Simd {
             block.nul = Mask(nul, -1);
     }
 
-    static inline bool IsPlainText(const WCHAR* p) {
+    KVTFILE_INLINE static bool IsPlainText(const WCHAR* p) {
         const __m128i zero = _mm_setzero_si128();
         const __m128i lt = _mm_set1_epi16('<');
         __m128i found = zero;
@@ -57,9 +57,9 @@ struct Sse2Simd {
         return _mm_movemask_epi8(found) == 0;
     }
 
-    static inline bool SameStart(const WCHAR* a, const WCHAR* b, int count) {
+    KVTFILE_INLINE static bool SameStart(const WCHAR* a, const WCHAR* b, int count) {
         const uint32_t same = static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi16(Load(a), Load(b))));
-        return ((~same) & ((1u << (2 * count)) - 1)) == 0;
+        return LowestBit(~same) >= 2 * count;
     }
 };
 

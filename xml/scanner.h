@@ -5,7 +5,7 @@
 // text are only tested for "<".
 //
 // A tag's end is its first ">" outside quotes. Nearly always that is the first ">" at all, and then the tag holds
-// quotes of one kind only, in pairs: two population counts tell. Everything else walks from quote to quote.
+// double quotes only, in pairs: a parity tells. Everything else walks from quote to quote.
 //
 // See block.h for what may be called here.
 
@@ -128,7 +128,7 @@ public:
     }
 
 private:
-    // The rest works on a copy of the scanner whose address may be known; see `KVTFILE_INLINE`.
+    // The rest works on a copy of the scanner, since what a call can reach by address does not stay in registers.
 
     KVTFILE_OUTLINE ScannedNode CutShort(ptrdiff_t tag, int type) {
         SeekEnd();
@@ -168,7 +168,7 @@ private:
         return Fault(tag, tag + 1, NodeFault::TagNameCharacter);
     }
 
-    /// Classifies a block that the text fills; with a NUL in it, nothing is found in it yet (`LoadTail`).
+    /// Classifies a block that the text fills. A NUL in it becomes the end of the text.
     KVTFILE_INLINE void LoadWhole(ptrdiff_t pos) {
         m_base = pos;
         m_rest = ~uint64_t(0);

@@ -4,7 +4,7 @@
 #   scripts/install-packages.sh build|test|demo|bench
 set -euo pipefail
 
-build="ca-certificates cmake ninja-build g++ pkg-config libicu-dev libcli11-dev nlohmann-json3-dev"
+build="ca-certificates cmake ninja-build g++ pkg-config libicu-dev libsqlite3-dev libcli11-dev nlohmann-json3-dev"
 case "${1:-build}" in
     build) packages=$build ;;
     test) packages="$build clang libclang-rt-dev clang-format googletest g++-mingw-w64-x86-64 wine64 wine util-linux" ;;

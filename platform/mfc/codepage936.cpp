@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <type_traits>
 #include <vector>
 
 #include "kvtfile/types.h"
@@ -33,7 +34,9 @@ WCHAR UnitOf(const char* bytes, int count) {
 
 class Tables {
 public:
-    Tables() : m_pairs(size_t{lastLead - firstLead + 1} << 8, WCHAR{'?'}), m_units(0x10000, lost) {
+    Tables() {
+        m_pairs.fill(WCHAR{'?'});
+        m_units.fill(lost);
         ReadPairs();
         ReadUnits();
     }
@@ -90,9 +93,12 @@ private:
     }
 
     std::array<WCHAR, 0x100> m_singles;
-    std::vector<WCHAR> m_pairs;
-    std::vector<WORD> m_units;
+    std::array<WCHAR, size_t{lastLead - firstLead + 1} << 8> m_pairs;
+    std::array<WORD, 0x10000> m_units;
 };
+
+// Stores that live longer than the tables' first user still save their files: nothing of the tables ends before them.
+static_assert(std::is_trivially_destructible_v<Tables>);
 
 const Tables& TheTables() {
     static const Tables tables;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <new>
 
 #include "kvtfile/types.h"
 
@@ -93,10 +94,11 @@ LPCWSTR CauseText(const LPCWSTR (&texts)[Count], int cause) {
     return cause >= 0 && static_cast<size_t>(cause) < Count ? texts[cause] : texts[1];
 }
 
-// Allocating could fail where memory is what is missing.
+// Allocating could fail where memory is what is missing. Never destroyed: it may be thrown until the process ends.
 CMemoryException* MemoryException() {
-    static CMemoryException exception(false);
-    return &exception;
+    alignas(CMemoryException) static unsigned char room[sizeof(CMemoryException)];
+    static CMemoryException* const exception = new (room) CMemoryException(false);
+    return exception;
 }
 
 }  // namespace

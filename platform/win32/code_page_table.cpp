@@ -81,6 +81,7 @@ public:
         if (!WriteUnits()) {
             return false;
         }
+        DropSymbolsOfControls();
         EnterOwnBytes();
         m_table.m_default_bytes = m_table.m_bytes[u'?'];
         m_table.m_default_unit = m_row.page == 932 ? u'\u30FB' : u'?';
@@ -172,6 +173,17 @@ private:
             }
         }
         return true;
+    }
+
+    // ICU writes the half-width arrows of 936 as the control characters whose places they have on a DOS screen; Windows
+    // does so in the DOS pages only.
+    void DropSymbolsOfControls() {
+        constexpr WORD kFirstPrintable = 0x20;
+        for (size_t unit = 0x80; m_row.kind == PageKind::DoubleByte && unit < m_table.m_bytes.size(); ++unit) {
+            if (m_table.m_bytes[unit] < kFirstPrintable) {
+                m_table.m_bytes[unit] = 0;
+            }
+        }
     }
 
     // Where the bytes were changed, the characters follow: each single byte's own character is written as that byte,

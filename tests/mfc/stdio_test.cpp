@@ -111,6 +111,7 @@ TEST(TextStream, WhatThePageLacksBecomesOneQuestionMark) {
         {_T("\x00A0|\x0080"), "?|?", 2},
         {_T("?"), "?", 0},
         {_T("\x3400"), "?", 1},
+        {_T("￨￩￪￫￬￭￮"), "???????", 7},
     };
     for (const auto& row : rows) {
         const Written written = Write(row.text);

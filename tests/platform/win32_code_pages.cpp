@@ -163,6 +163,7 @@ INSTANTIATE_TEST_SUITE_P(
         TextCase{936, _T("\x00B5\x00A2\x00B2\x00AD\x00C0"), 0, {"A6 CC A1 E9 32 2D A8 A4", 0}},
         TextCase{936, _T("\x00F1"), 0, {"3F", 1}}, TextCase{936, _T("\x00A9"), 0, {"3F", 1}},
         TextCase{936, _T("\x00A0"), 0, {"3F", 1}}, TextCase{936, _T("\x200B\xFEFF"), 0, {"3F 3F", 1}},
+        TextCase{936, _T("\xFFE9\xFFEA\xFFEC\xFFEE"), 0, {"3F 3F 3F 3F", 1}},
         TextCase{936, _T("\xD83D\xDE00"), 0, {"3F 3F", 1}}, TextCase{936, _T("\xD83D!"), 0, {"3F 21", 1}},
         TextCase{936, _T("\x00B5\x00B2"), WC_NO_BEST_FIT_CHARS, {"3F 3F", 1}},
         TextCase{936, _T("\x4E2D"), WC_NO_BEST_FIT_CHARS, {"D6 D0", 0}},

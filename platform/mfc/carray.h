@@ -12,22 +12,26 @@
 namespace kvtmfc {
 
 /// Stores or loads `count` elements of an array. This form copies their memory as it stands, which only works for types
-/// without pointers: for others give a specialisation, or an overload in the namespace of the type, before the array is
-/// used.
+/// without pointers. Types with strings or other parts of their own (not trivially copyable) are refused with
+/// `CNotSupportedException*`: give them a specialisation, or an overload in the namespace of the type, before the array
+/// is used.
 template <typename TYPE>
-void SerializeElements(CArchive& ar, TYPE* elements, INT_PTR count) {
-    static_assert(std::is_trivially_copyable_v<TYPE>, "this element type needs its own SerializeElements");
-    constexpr INT_PTR part = 0x10000000 / static_cast<INT_PTR>(sizeof(TYPE)) + 1;
-    while (count > 0) {
-        const INT_PTR now = std::min(count, part);
-        const UINT bytes = static_cast<UINT>(static_cast<size_t>(now) * sizeof(TYPE));
-        if (ar.IsStoring()) {
-            ar.Write(elements, bytes);
-        } else if (ar.Read(elements, bytes) != bytes) {
-            AfxThrowArchiveException(CArchiveException::endOfFile, ar.m_strFileName);
+void SerializeElements([[maybe_unused]] CArchive& ar, [[maybe_unused]] TYPE* elements, [[maybe_unused]] INT_PTR count) {
+    if constexpr (!std::is_trivially_copyable_v<TYPE>) {
+        AfxThrowNotSupportedException();
+    } else {
+        constexpr INT_PTR part = 0x10000000 / static_cast<INT_PTR>(sizeof(TYPE)) + 1;
+        while (count > 0) {
+            const INT_PTR now = std::min(count, part);
+            const UINT bytes = static_cast<UINT>(static_cast<size_t>(now) * sizeof(TYPE));
+            if (ar.IsStoring()) {
+                ar.Write(elements, bytes);
+            } else if (ar.Read(elements, bytes) != bytes) {
+                AfxThrowArchiveException(CArchiveException::endOfFile, ar.m_strFileName);
+            }
+            elements += now;
+            count -= now;
         }
-        elements += now;
-        count -= now;
     }
 }
 

@@ -123,6 +123,24 @@ TEST(Arrays, OfAnyType) {
     EXPECT_TRUE(numbers.IsEmpty());
 }
 
+TEST(Arrays, ElementsWithTextsAreHeldButNotStoredAsTheyStand) {
+    struct Layer {
+        CString name;
+        int colour = 0;
+    };
+    Layer layer{_T("walls"), 7};
+    CArray<Layer, Layer&> layers;
+    layers.Add(layer);
+    EXPECT_EQ(layers[0].name, _T("walls"));
+    CList<Layer, Layer&> list;
+    list.AddTail(layer);
+    EXPECT_EQ(list.GetHead().colour, 7);
+    CMemFile file;
+    CArchive ar(&file, CArchive::store);
+    EXPECT_THROWS_POINTER((layers.Serialize(ar), 0), CNotSupportedException);
+    EXPECT_THROWS_POINTER((list.Serialize(ar), 0), CNotSupportedException);
+}
+
 TEST(Lists, AddRemoveAndWalkBothWays) {
     CStringList list;
     list.AddTail(_T("b"));

@@ -45,6 +45,22 @@ DWORD ShareOf(UINT openFlags) {
     }
 }
 
+// The absolute form of a path; the path as it stands where the system gives none.
+CString FullPathOf(LPCWSTR path) {
+    CString full;
+    for (DWORD room = MAX_PATH;;) {
+        const DWORD length = ::GetFullPathNameW(path, room, full.GetBuffer(static_cast<int>(room)), nullptr);
+        if (length == 0) {
+            return path;
+        }
+        if (length < room) {
+            full.ReleaseBufferSetLength(static_cast<int>(length));
+            return full;
+        }
+        room = length + 1;
+    }
+}
+
 kvtio::Disposition DispositionOf(UINT openFlags) {
     if (!(openFlags & CFile::modeCreate)) {
         return kvtio::Disposition::OpenExisting;
@@ -73,15 +89,16 @@ BOOL CFile::Open(LPCWSTR fileName, UINT openFlags, CFileException* error) {
     if (!fileName) {
         AfxThrowInvalidArgException();
     }
-    m_strFileName = fileName;
+    const CString fullPath = FullPathOf(fileName);
     const DWORD result = m_file->Open(fileName, AccessOf(openFlags), DispositionOf(openFlags), ShareOf(openFlags));
     if (result == ERROR_SUCCESS) {
+        m_strFileName = fullPath;
         return TRUE;
     }
     if (error) {
         error->m_lOsError = static_cast<LONG>(result);
         error->m_cause = CFileException::OsErrorToException(error->m_lOsError);
-        error->m_strFileName = m_strFileName;
+        error->m_strFileName = fileName;
     }
     m_strFileName.Empty();
     return FALSE;
@@ -165,8 +182,9 @@ BOOL CFile::GetStatus(LPCWSTR fileName, CFileStatus& status) {
     status.m_atime = CTime(data.ftLastAccessTime);
     status.m_size = (ULONGLONG{data.nFileSizeHigh} << 32) | data.nFileSizeLow;
     status.m_attribute = data.dwFileAttributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_NORMAL);
-    const size_t length = std::min<size_t>(std::char_traits<WCHAR>::length(fileName), MAX_PATH - 1);
-    std::copy_n(fileName, length, status.m_szFullName);
+    const CString fullPath = FullPathOf(fileName);
+    const int length = std::min(fullPath.GetLength(), MAX_PATH - 1);
+    std::copy_n(fullPath.GetString(), length, status.m_szFullName);
     status.m_szFullName[length] = 0;
     return TRUE;
 }

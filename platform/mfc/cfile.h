@@ -19,7 +19,7 @@ struct CFileStatus {
     CTime m_atime;                      ///< Last access.
     ULONGLONG m_size = 0;               ///< Bytes.
     DWORD m_attribute = 0;              ///< CFile::Attribute values.
-    WCHAR m_szFullName[MAX_PATH] = {};  ///< The path, cut to fit.
+    WCHAR m_szFullName[MAX_PATH] = {};  ///< The absolute path, cut to fit.
 };
 
 /// An unbuffered binary file. Failures throw `CFileException*` (m_lOsError is the system's error number) unless said
@@ -81,6 +81,7 @@ public:
     /// Hands everything to the system.
     virtual void Flush();
 
+    /// The absolute path; empty when no file is open.
     virtual CString GetFilePath() const { return m_strFileName; }
     /// The last component of the path.
     virtual CString GetFileName() const;

@@ -81,6 +81,24 @@ TEST(File, ClosedFileIsInvalid) {
     EXPECT_NO_THROW(file.Flush());
 }
 
+TEST(File, PathsAreTakenAsAbsolute) {
+    const TestFolder folder;
+    kvttest::MakeFolders(folder.Path(_T("sub")));
+    CFile file(folder.Path(_T("sub\\..\\a.bin")), CFile::modeCreate | CFile::modeWrite);
+    EXPECT_EQ(file.GetFilePath(), folder.Path(_T("a.bin")));
+    CFileStatus status;
+    ASSERT_TRUE(file.GetStatus(status));
+    EXPECT_EQ(CString(status.m_szFullName), folder.Path(_T("a.bin")));
+    CFileException error;
+    EXPECT_FALSE(file.Open(_T("no such file"), CFile::modeRead, &error));
+    EXPECT_EQ(error.m_strFileName, _T("no such file")) << "an error tells the path that was given";
+    EXPECT_EQ(file.GetFilePath(), _T(""));
+    WCHAR current[MAX_PATH];
+    ASSERT_NE(::GetCurrentDirectoryW(MAX_PATH, current), 0u);
+    ASSERT_TRUE(CFile::GetStatus(_T("."), status));
+    EXPECT_EQ(CString(status.m_szFullName), current);
+}
+
 TEST(File, SeekingBeforeTheStartIsRefused) {
     const TestFolder folder;
     CFile file(folder.Path(_T("a.bin")), CFile::modeCreate | CFile::modeReadWrite);

@@ -239,15 +239,19 @@ ULONGLONG CArchive::ReadStringLength(UINT& unitSize) {
 CArchive& CArchive::operator<<(const CString& text) {
     *this << static_cast<BYTE>(0xFF) << wideMark;
     WriteStringLength(static_cast<ULONGLONG>(text.GetLength()));
-    const BYTE* bytes = reinterpret_cast<const BYTE*>(text.GetString());
-    size_t left = static_cast<size_t>(text.GetLength()) * sizeof(WCHAR);
+    WriteUnits(text.View());
+    return *this;
+}
+
+void CArchive::WriteUnits(WideView text) {
+    const BYTE* bytes = reinterpret_cast<const BYTE*>(text.data());
+    size_t left = text.size() * sizeof(WCHAR);
     while (left != 0) {
         const UINT part = static_cast<UINT>(std::min<size_t>(left, INT_MAX));
         Write(bytes, part);
         bytes += part;
         left -= part;
     }
-    return *this;
 }
 
 // Texts are taken in blocks, so that a damaged length fails at the end of the data and not in the allocator.
@@ -277,6 +281,55 @@ CArchive& CArchive::operator>>(CString& text) {
     }
     text = unitSize == 1 ? CString::FromCodePage(narrow, CP_ACP) : wide;
     return *this;
+}
+
+BOOL CArchive::ReadString(CString& text) {
+    CString line;
+    bool any = false;
+    WCHAR unit = 0;
+    while (unit != '\n' && Read(&unit, sizeof unit) == sizeof unit) {
+        line.AppendChar(unit);
+        any = true;
+    }
+    if (unit == '\n') {
+        const int length = line.GetLength() - 1;
+        line.Truncate(length > 0 && line[length - 1] == '\r' ? length - 1 : length);
+    }
+    text = line;
+    return any ? TRUE : FALSE;
+}
+
+void CArchive::WriteString(LPCWSTR text) {
+    if (!text) {
+        AfxThrowInvalidArgException();
+    }
+    WriteUnits(WideView(text));
+}
+
+// --- structures ---
+
+CArchive& operator<<(CArchive& ar, POINT point) {
+    return ar << point.x << point.y;
+}
+
+CArchive& operator>>(CArchive& ar, POINT& point) {
+    return ar >> point.x >> point.y;
+}
+
+CArchive& operator<<(CArchive& ar, SIZE size) {
+    return ar << size.cx << size.cy;
+}
+
+CArchive& operator>>(CArchive& ar, SIZE& size) {
+    return ar >> size.cx >> size.cy;
+}
+
+CArchive& operator<<(CArchive& ar, const RECT& rect) {
+    return ar << rect.left << rect.top << rect.right << rect.bottom;
+}
+
+CArchive& operator>>(CArchive& ar, RECT& rect) {
+    return ar >> rect.left >> rect.top >> rect.right >> rect.bottom;
 }
 
 // --- objects ---

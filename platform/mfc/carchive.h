@@ -45,6 +45,11 @@ public:
     /// Leaves the file without writing the buffer.
     void Abort();
 
+    /// Reads a line of UTF-16 text without its break (LF or CR LF). FALSE: the data ended before any character.
+    BOOL ReadString(CString& text);
+    /// Writes the characters of a text and nothing else: no length, no NUL, no line break.
+    void WriteString(LPCWSTR text);
+
     void WriteCount(DWORD_PTR count);
     DWORD_PTR ReadCount();
 
@@ -120,6 +125,7 @@ private:
     CArchive& Get(void* value, UINT size);
     void RequireMode(bool loading) const;
     [[noreturn]] void Throw(int cause) const;
+    void WriteUnits(WideView text);
     void WriteStringLength(ULONGLONG length);
     ULONGLONG ReadStringLength(UINT& unitSize);
     CRuntimeClass* ReadNewClass(UINT& schema);
@@ -139,6 +145,13 @@ private:
     std::map<const void*, DWORD> m_stored;
     DWORD m_storedCount = 0;
 };
+
+KVTFILE_API CArchive& operator<<(CArchive& ar, POINT point);
+KVTFILE_API CArchive& operator>>(CArchive& ar, POINT& point);
+KVTFILE_API CArchive& operator<<(CArchive& ar, SIZE size);
+KVTFILE_API CArchive& operator>>(CArchive& ar, SIZE& size);
+KVTFILE_API CArchive& operator<<(CArchive& ar, const RECT& rect);
+KVTFILE_API CArchive& operator>>(CArchive& ar, RECT& rect);
 
 inline CArchive& operator<<(CArchive& ar, const CObject* object) {
     ar.WriteObject(object);

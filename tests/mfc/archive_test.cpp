@@ -162,7 +162,49 @@ TEST(Archive, DatesAreStatusAndDays) {
     });
 }
 
+TEST(Archive, PointsSizesAndRectanglesAreTheirNumbers) {
+    const std::string bytes = Stored([](CArchive& ar) {
+        ar << POINT{1, -2} << SIZE{3, 4} << RECT{5, 6, 7, 0x01020304};
+    });
+    EXPECT_EQ(Hex(bytes),
+              "01 00 00 00 FE FF FF FF 03 00 00 00 04 00 00 00 "
+              "05 00 00 00 06 00 00 00 07 00 00 00 04 03 02 01");
+    Loaded(bytes, [](CArchive& ar) {
+        POINT point;
+        SIZE size;
+        RECT rect;
+        ar >> point >> size >> rect;
+        EXPECT_EQ(point.y, -2);
+        EXPECT_EQ(size.cy, 4);
+        EXPECT_EQ(rect.bottom, 0x01020304);
+    });
+}
+
 // --- texts ---
+
+TEST(Archive, LinesAreBareUnits) {
+    const std::string bytes = Stored([](CArchive& ar) {
+        ar.WriteString(_T("A\n"));
+        ar.WriteString(_T(""));
+        ar.WriteString(_T("中\r\n\nb\rc"));
+        EXPECT_THROWS_POINTER((ar.WriteString(nullptr), 0), CInvalidArgException);
+    });
+    EXPECT_EQ(Hex(bytes), "41 00 0A 00 2D 4E 0D 00 0A 00 0A 00 62 00 0D 00 63 00");
+    Loaded(bytes + "x", [](CArchive& ar) {
+        CString line;
+        for (const LPCWSTR expected : {_T("A"), _T("中"), _T(""), _T("b\rc")}) {
+            EXPECT_TRUE(ar.ReadString(line));
+            EXPECT_EQ(line, expected);
+        }
+        EXPECT_FALSE(ar.ReadString(line)) << "half a character is none";
+        EXPECT_TRUE(line.IsEmpty());
+    });
+    EXPECT_THROWS_CAUSE(Stored([](CArchive& ar) {
+                            CString line;
+                            ar.ReadString(line);
+                        }),
+                        CArchiveException, CArchiveException::writeOnly);
+}
 
 TEST(Archive, TextLengthsTakeTheShortestForm) {
     struct {

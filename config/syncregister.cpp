@@ -312,7 +312,8 @@ int CFFileSyncRegister::NeedSynchronize(const CString& strPath) const {
 int CFFileSyncRegister::EnsureFileExists(const CString& strPath) {
     if (!FileExists(strPath)) {
         detail::Quiet(0, [&] {
-            CFStdioFile(strPath, CFile::modeCreate).Close();
+            // Kept whole when another program has made it meanwhile.
+            CFStdioFile(strPath, CFile::modeCreate | CFile::modeNoTruncate).Close();
             return 1;
         });
     }

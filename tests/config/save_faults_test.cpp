@@ -1,6 +1,7 @@
 // The settings stores on a disk that fails: every call of the system fails once, and the file holds the old content or
 // the whole new one each time.
 
+#include "config/syncregister.h"
 #include "kvtfile/IniFile.h"
 #include "kvtfile/XmlCfg.h"
 #include "platform/io/io.h"
@@ -29,6 +30,17 @@ kvtio::Error FailOnce(kvtio::Call call, LPCWSTR, size_t&) {
 
 kvtio::Error FailOneKind(kvtio::Call call, LPCWSTR, size_t&) {
     return call == g_only ? static_cast<kvtio::Error>(ERROR_READ_FAULT) : static_cast<kvtio::Error>(ERROR_SUCCESS);
+}
+
+CString g_list;
+
+// Another program makes the list in the moment before it is opened.
+kvtio::Error MadeMeanwhile(kvtio::Call call, LPCWSTR path, size_t&) {
+    if (call == kvtio::Call::Open && g_list == path) {
+        g_list.Empty();
+        WriteBytes(path, "[other]\r\ntime=5\r\n");
+    }
+    return ERROR_SUCCESS;
 }
 
 class Faults {
@@ -120,4 +132,16 @@ TEST(SaveFaults, AnIniFileThatFailsWhileItIsReadIsNotSavedByItself) {
         }
         EXPECT_EQ(ReadBytes(path), "[S]\nx=1\n");
     }
+}
+
+TEST(SaveFaults, AListThatAnotherProgramMakesMeanwhileIsKept) {
+    const TestFolder folder;
+    const CString path = folder.Path(_T("list.ini"));
+    g_list = path;
+    {
+        const Faults faults(MadeMeanwhile);
+        EXPECT_EQ(kvtfile::CFFileSyncRegister::EnsureFileExists(path), 1);
+    }
+    EXPECT_TRUE(g_list.IsEmpty());
+    EXPECT_EQ(ReadBytes(path), "[other]\r\ntime=5\r\n");
 }

@@ -27,7 +27,8 @@ public:
 
     /// Text with LF as line end, written as CR LF.
     void Text(const CString& text) {
-        kvtmfc::codepage936::AppendEncoded(text.View(), m_bytes);
+        const kvtmfc::WideView units(text.GetString(), static_cast<size_t>(text.GetLength()));
+        kvtmfc::codepage936::AppendEncoded(units, m_bytes);
         if (m_bytes.size() >= WRITE_AT_ONCE) {
             Flush();
         }

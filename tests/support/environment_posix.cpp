@@ -10,8 +10,9 @@
 namespace kvttest::detail {
 
 namespace {
-std::filesystem::path g_prefix;
-}
+// Never freed: programs that check their own end clean up when their statics are gone.
+const std::filesystem::path* g_prefix = nullptr;
+}  // namespace
 
 void PrepareEnvironment() {
     std::string name = (std::filesystem::temp_directory_path() / "kvtfile-test-XXXXXX").string();
@@ -19,14 +20,14 @@ void PrepareEnvironment() {
         std::cerr << "no folder for the test prefix: " << name << '\n';
         std::exit(2);
     }
-    g_prefix = name;
+    g_prefix = new std::filesystem::path(name);
     setenv("KVTFILE_PREFIX", name.c_str(), 1);
     unsetenv("DISPLAY");
 }
 
 void CleanEnvironment() {
     std::error_code ignored;
-    std::filesystem::remove_all(g_prefix, ignored);
+    std::filesystem::remove_all(*g_prefix, ignored);
 }
 
 }  // namespace kvttest::detail

@@ -186,8 +186,7 @@ public:
 
 private:
     REGSAM OpenAccess() const;
-    int Record(LONG lError, DWORD dwType, DWORD dwSize);
-    LONG QueryNumber(LPCWSTR pszName, DWORD& dwValue);
+    int Record(DWORD dwError, DWORD dwType, DWORD dwSize);
 };
 
 /// An open key with texts. One object is used by one thread at a time.

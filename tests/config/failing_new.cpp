@@ -1,14 +1,17 @@
-// The program's operator new, with one failure on demand.
+// The program's operator new, watched and with one failure on demand.
 
 #include "tests/config/failing_new.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 namespace {
 
 thread_local int g_left = -1;
 thread_local bool g_failed = false;
+thread_local std::size_t g_largest = 0;
 
 }  // namespace
 
@@ -23,9 +26,14 @@ bool AllocationFailed() {
     return g_failed;
 }
 
+std::size_t LargestAllocation() {
+    return std::exchange(g_largest, 0);
+}
+
 }  // namespace kvttest
 
 void* operator new(std::size_t size) {
+    g_largest = std::max(g_largest, size);
     if (g_left >= 0 && g_left-- == 0) {
         g_failed = true;
         throw std::bad_alloc();

@@ -66,6 +66,17 @@ static_assert(std::is_same_v<decltype(DataIO(LPWSTR(), true, static_cast<CWnd*>(
 static_assert(std::is_same_v<decltype(DataIO(std::declval<CMemFile&>(), true, static_cast<CObject*>(nullptr))), bool>);
 static_assert(std::is_same_v<decltype(DataIO(std::declval<CString&>(), true, std::declval<CMemFile&>())), bool>);
 
+// --- Registry ----------------------------------------------------------------------------------------------------
+
+static_assert(std::is_base_of_v<CObject, CFRegistry> && std::is_constructible_v<CFRegistry, int, int>);
+static_assert(std::is_same_v<decltype(&CFRegistry::DeleteKey), int (CFRegistry::*)(LPCWSTR, int)>);
+static_assert(std::is_same_v<decltype(&CFRegistry::Close), void (CFRegistry::*)()>);
+static_assert(std::is_same_v<decltype(&CKey::Create), int (CKey::*)(HKEY, LPCWSTR)>);
+static_assert(std::is_same_v<decltype(&CKey::SetStringValue), int (CKey::*)(LPCWSTR, LPCWSTR)>);
+static_assert(std::is_copy_assignable_v<CKey> && !std::is_copy_constructible_v<CFRegistry>);
+static_assert(std::is_same_v<decltype(&GetRegKeyValue), int (*)(HKEY, LPCWSTR, CString&, LPCWSTR)>);
+static_assert(std::is_same_v<decltype(&SetRegKeyValue), int (*)(HKEY, LPCWSTR, CString, LPCWSTR)>);
+
 // --- Platform ----------------------------------------------------------------------------------------------------
 
 using MessageBoxHandler = int (*)(LPCWSTR, UINT);

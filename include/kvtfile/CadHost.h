@@ -55,8 +55,8 @@ enum ACADVER : int {
 /// @return 0 (`out` unchanged) for R14 and for numbers that are no release.
 KVTFILE_API int FConvertAcadVer(ACADVER v, zqolecad::START_ACADVER& out);
 
-/// Appends nothing and replaces all: `arr` receives the names of the sub-keys of a key of the machine hive, in the
-/// order of the registry. Time linear in their number.
+/// Puts the names of the sub-keys of a key of the machine hive into `arr`, in place of what it held and in the order of
+/// the registry. Opens the key once for each name.
 /// @param key Path below HKEY_LOCAL_MACHINE; empty: the hive itself.
 /// @return 1 when there is at least one.
 KVTFILE_API int GetKeyListArray(CString key, CStringArray& arr);
@@ -73,7 +73,7 @@ KVTFILE_API int GetAcadRegKey(CString& key, ACADVER v);
 
 /// The install folder of a release, ending in "\": "AcadLocation" of the product whose name fits as above, else of the
 /// first product of the release's key.
-/// @return 0 when the release has no product, or the first one has no "AcadLocation".
+/// @return 0 (`path` empty or "\") when the release has no product, or the first one has no "AcadLocation".
 KVTFILE_API int GetAcadPath(CString& path, ACADVER v);
 
 /// The current product of the R15 generation.
@@ -135,11 +135,13 @@ KVTFILE_API bool IsR14CanOpen(CString file);
 /// The install folder of a ZWCAD release, ending in "\": the user hive names the product, the machine hive its
 /// "Location".
 /// @param product Such as "ZWCAD+"; empty: "ZWCAD". @param release Such as "2020".
+/// @return 0 (`path` empty or "\") when one of them is missing.
 KVTFILE_API int GetZWcadPath(CString& path, CString product, CString release);
 KVTFILE_API int GetZWcadPath(CString& path, CString release);
 
 /// The install folder of a GstarCAD release, ending in "\": "LOCATION" of the current product, both of the user hive.
 /// @param release Such as "R19"; "2019" and "2020" stand for "R19" and "R20".
+/// @return 0 (`path` empty or "\") when one of them is missing.
 KVTFILE_API int GetGScadPath(CString& path, CString release);
 
 }  // namespace kvtfile

@@ -69,7 +69,8 @@ int CFXmlCfg::OpenDocument(const CString& file, int bCreate) {
         fresh.Save(file);
     }
     m_strFile.Empty();
-    m_xmlFile.InitDocFlags();
+    // Loading clears the other marks of the file before; this one would make a file without a mark big-endian too.
+    m_xmlFile.SetDocFlags(m_xmlFile.GetDocFlags() & ~CFXmlFile::docUtf16Be);
     if (!m_xmlFile.Load(file)) {
         return Fail(_T("打开文件失败"));
     }
@@ -174,6 +175,10 @@ CString CFXmlCfg::ChildPath(const CString& parentPath, const CString& key) {
     return parentPath.IsEmpty() ? key : parentPath + m_const.strPathSign + key;
 }
 
+bool CFXmlCfg::HasPlainSeparator() const {
+    return m_const.strPathSign.GetLength() == 1;
+}
+
 CString CFXmlCfg::GetClassNodeTag(CString strNodePath, int nLevel) {
     if (!m_const.bLevelClassTag) {
         return m_const.strClassTag;
@@ -198,37 +203,57 @@ int CFXmlCfg::FindXmlNodeByPath(CFXmlFile& xmlFile, CString strNodePath, int bDa
     return Guarded(
         m_strLastError,
         [&] {
-            CStringArray pieces;
-            const int count = SplitString(strNodePath, pieces, m_const.strPathSign);
-            xmlFile.ResetPos();
-            if (!xmlFile.FindElem(m_const.strRootTag)) {
-                return 0;
-            }
-            for (int i = 0; i < count; ++i) {
-                const bool data = bData && i == count - 1;
-                const CString tag = data ? m_const.strDataTag : GetClassNodeTag(CString(), i);
-                if (!FindXmlChildNode(xmlFile, tag, pieces[i], 0)) {
-                    return 0;
-                }
-                xmlFile.IntoElem();
-            }
-            return 1;
+            int depth;
+            return Locate(xmlFile, strNodePath, bData, depth) ? 1 : 0;
         },
         _T("调用FindXmlNodeByPath函数出错\r\nstrNodePath=%s"), strNodePath);
 }
 
 int CFXmlCfg::FindXmlChildNode(CFXmlFile& xmlFile, CString strNodeTag, CString strNodeValue, int) {
     return Guarded(
-        m_strLastError,
-        [&] {
-            while (xmlFile.FindChildElem(strNodeTag)) {
-                if (xmlFile.GetChildAttrib(m_const.strKeyAttr) == strNodeValue) {
-                    return 1;
-                }
-            }
-            return 0;
-        },
+        m_strLastError, [&] { return FindChild(xmlFile, strNodeTag, strNodeValue) ? 1 : 0; },
         _T("调用FindXmlChildNode函数出错\r\nstrNodeTag=%s strNodeValue=%s"), strNodeTag, strNodeValue);
+}
+
+bool CFXmlCfg::FindChild(CFXmlFile& xmlFile, const CString& tag, const CString& key) {
+    while (xmlFile.FindChildElem(tag)) {
+        if (xmlFile.GetChildAttrib(m_const.strKeyAttr) == key) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool CFXmlCfg::Locate(CFXmlFile& xmlFile, const CString& path, int bData, int& depth) {
+    depth = 0;
+    xmlFile.ResetPos();
+    return xmlFile.FindElem(m_const.strRootTag) && StepDown(xmlFile, path, bData, depth);
+}
+
+bool CFXmlCfg::Locate(const CString& path, int bData) {
+    int depth;
+    return Locate(m_xmlFile, path, bData, depth);
+}
+
+bool CFXmlCfg::StepDown(CFXmlFile& xmlFile, const CString& path, int bData, int& depth) {
+    CStringArray pieces;
+    const int count = SplitString(path, pieces, m_const.strPathSign);
+    for (int i = 0; i < count; ++i) {
+        const bool data = bData && i == count - 1;
+        if (!FindChild(xmlFile, data ? m_const.strDataTag : GetClassNodeTag(CString(), depth), pieces[i])) {
+            return false;
+        }
+        xmlFile.IntoElem();
+        ++depth;
+    }
+    return true;
+}
+
+bool CFXmlCfg::LocateBelow(const CString& path, const CString& key, int bData, int& depth) {
+    if (HasPlainSeparator()) {
+        return StepDown(m_xmlFile, key, bData, depth);
+    }
+    return Locate(m_xmlFile, ChildPath(path, key), bData, depth);
 }
 
 }  // namespace kvtfile

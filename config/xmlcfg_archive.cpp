@@ -1,20 +1,26 @@
-// The records of CFXmlCfg in archives: field by field, in the order of the fields.
+// The records of CFXmlCfg in archives: the key, then field by field in their order.
 
+#include "config/xmlcfg_kinds.h"
 #include "kvtfile/XmlCfg.h"
 
 namespace kvtfile {
 
 namespace {
 
-template <typename Member, size_t N>
-void SerializeFields(CArchive& ar, Member* members, INT_PTR count, CString Member::*const (&fields)[N]) {
+void Exchange(CArchive& ar, CString& text) {
+    if (ar.IsStoring()) {
+        ar << text;
+    } else {
+        ar >> text;
+    }
+}
+
+template <typename Member>
+void ExchangeMembers(CArchive& ar, Member* members, INT_PTR count) {
     for (INT_PTR i = 0; i < count; ++i) {
-        for (CString Member::*const field : fields) {
-            if (ar.IsStoring()) {
-                ar << members[i].*field;
-            } else {
-                ar >> members[i].*field;
-            }
+        Exchange(ar, members[i].strKey);
+        for (const auto& field : detail::KIND<Member>.fields) {
+            Exchange(ar, members[i].*field.text);
         }
     }
 }
@@ -22,15 +28,11 @@ void SerializeFields(CArchive& ar, Member* members, INT_PTR count, CString Membe
 }  // namespace
 
 void SerializeElements(CArchive& ar, CFXmlCfg::SClassMember* members, INT_PTR count) {
-    using Member = CFXmlCfg::SClassMember;
-    SerializeFields(ar, members, count, {&Member::strKey, &Member::strText, &Member::strExtend});
+    ExchangeMembers(ar, members, count);
 }
 
 void SerializeElements(CArchive& ar, CFXmlCfg::SDataMember* members, INT_PTR count) {
-    using Member = CFXmlCfg::SDataMember;
-    SerializeFields(ar, members, count,
-                    {&Member::strKey, &Member::strText, &Member::strValue, &Member::strType, &Member::strDefault,
-                     &Member::strRange, &Member::strDict, &Member::strExtend});
+    ExchangeMembers(ar, members, count);
 }
 
 }  // namespace kvtfile

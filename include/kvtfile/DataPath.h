@@ -11,6 +11,7 @@ namespace kvtfile {
 /// The folder of the data that all products share; the lists of the file synchronisation registers stand in it.
 ///
 /// Makes the folder, and the one above it, when missing. Errors of that are not reported: the text is the same.
+/// Existing folders and what is in them stay as they are. Two calls of the system.
 /// @return "c:\OrvaData\Common\".
 KVTFILE_API CString FGetOrvaDataCommonPath();
 

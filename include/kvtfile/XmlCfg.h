@@ -29,7 +29,9 @@ namespace kvtfile {
 /// the installed file is newer than at its last merge, opening adds the classes and data items that the working copy
 /// lacks and fills the fields that are blank in it; what the user set is never overwritten.
 ///
-/// A look-up costs one pass over the siblings on each level of the path. One object is used by one thread at a time;
+/// A look-up costs one pass over the siblings on each level of the path; a write costs a look-up and one pass over the
+/// document behind the node, and with immediate save one write of the file. A merge passes over the siblings once for
+/// each class and data item of the installed file, however deep it is. One object is used by one thread at a time;
 /// all objects share the unlocked XML register, so objects that are opened or end at the same time must be used by one
 /// thread too.
 class KVTFILE_API CFXmlCfg {
@@ -72,17 +74,18 @@ public:
     /// Opens a settings file, redirected to the working copy when it lies under a versioned product folder.
     /// @param strFile The file; any extension, but not a name under 4 characters that ends in "xml".
     /// @param bCreate Non-zero: a missing file is created with an empty root element.
-    /// @return 0 with "无效的文件名称", "文件不存在" or "打开文件失败" (see `GetXmlFile().GetError()`). When the last
-    /// is the
-    ///         reason, the store has no file any more and saves nothing; otherwise it is as it was.
+    /// @return 0 with "无效的文件名称" or "文件不存在", the store being as it was; or with "打开文件失败" (see
+    ///         `GetXmlFile().GetError()`): the store then has no file any more and saves nothing. A merge that fails
+    ///         is no failure of opening; the next opening does it again.
     int Open(CString strFile, int bCreate);
 
     /// Opens `strWorkFile`, a copy of `strFile` that is made when missing, and merges a newer `strFile` into it. When
     /// there is no copy and none can be made, opens `strFile`; also when `strWorkFile` is empty, and then nothing is
-    /// merged.
+    /// merged. Neither is redirected. @return As the other `Open`.
     int Open(CString strWorkFile, CString strFile, int bCreate);
 
-    /// Writes the document to the file. @return 0 when no file is open or it cannot be written.
+    /// Writes the document to the file, all or nothing, as `CFXmlFile::Save` does. The last error text is
+    /// unchanged. @return 0 when no file is open or it cannot be written: the old file is whole then.
     int Save();
 
     /// Reads one class. The record is cleared once the node was found, and unchanged before.
@@ -93,18 +96,20 @@ public:
     /// @param arr Emptied first, also on failure. @return 0 with "无法定位分类".
     int ReadChildClass(CString strNodePath, CArray<SClassMember, SClassMember>& arr);
 
-    /// Reads one data item. @return 0 with "节点路径不能为空", "无法定位数据" or "得到数据主键出错".
+    /// Reads one data item, as `ReadClass` does. @return 0 with "节点路径不能为空", "无法定位数据" or
+    /// "得到数据主键出错".
     int ReadData(CString strNodePath, SDataMember& member);
 
-    /// Lists the data items directly under a node as `ReadChildClass` does.
+    /// Lists the data items directly under a node. `arr` and results are as those of `ReadChildClass`.
     int ReadChildData(CString strNodePath, CArray<SDataMember, SDataMember>& arr);
 
     /// Adds a class under a parent, or replaces text and extend of the one with that key.
-    /// @return 0 with "分类主键为空", "父分类不存在", "添加分类失败", "IntoElem失败", "设置分类属性...失败" or
-    /// "保存文件出错".
+    /// @param member Its key must hold more than separators. @return 0 with "分类主键为空", "父分类不存在",
+    /// "添加分类失败", "IntoElem失败", "设置分类属性...失败" or "保存文件出错".
     int WriteClass(CString strParentNodePath, SClassMember member);
 
-    /// Adds or updates a chain of classes; the three paths have the same number of pieces, none of them empty.
+    /// Adds or updates a chain of classes, from the root down; the three paths have the same number of pieces, none of
+    /// them empty. Linear in the siblings on the way. After a failure the classes done so far stay in the document.
     /// @return 0 with "参数长度不一致" or as `WriteClass` does.
     int WriteRecurseClass(CString strNodePath, CString strNodeTextPath, CString strNodeExtendPath);
 
@@ -131,15 +136,18 @@ public:
     /// Moves the document's position to a class (`bData` 0) or data item; on failure to the deepest node found.
     int FindNodeByPath(CString strNodePath, int bData);
 
+    /// The text of the last failure; empty when there was none.
     CString GetLastError() const;
 
+    /// The names in use. Setting them changes nothing in the document: what is under other names is not found.
     SConst GetConst() const;
     void SetConst(SConst sConst);
 
+    /// Whether (non-zero) each successful change is written to the file at once. Setting it writes nothing.
     int GetImmediateSave() const;
     void SetImmediateSave(int bImmediateSave);
 
-    /// A copy of the document, with its position. Its `GetError` tells how loading and saving went.
+    /// A copy of the document, with its position; linear in its size. Its `GetError` tells how loading and saving went.
     CFXmlFile GetXmlFile() const;
 
     /// Names a file (name part only) that is not redirected for the rest of the run.
@@ -179,21 +187,52 @@ protected:
     CString m_strLastError;
 
 private:
-    struct NodeKind;
+    class Merge;
+
+    int MergeFrom(CFXmlCfg& other, const CString& path, int bNew);
+
+    // What follows lets out what is thrown.
 
     int Fail(LPCWSTR text);
-    bool IsEmptyPath(const CString& path);
     int OpenDocument(const CString& file, int bCreate);
     int SaveIfImmediate();
-    int PlaceNode(const NodeKind& kind, const CString& parentPath, const CString& key);
-    int AddNode(const NodeKind& kind, const CString& tag, const CString& key);
-    int SetField(const NodeKind& kind, LPCWSTR name, const CString& value);
-    int DeleteNode(LPCWSTR failed);
-    void MergeData(CFXmlCfg& other, const CString& path, int bNew);
-    CString ChildPath(const CString& parentPath, const CString& key);
 
-    static const NodeKind s_classKind;
-    static const NodeKind s_dataKind;
+    bool IsEmptyPath(const CString& path);
+    CString ChildPath(const CString& parentPath, const CString& key);
+    /// Whether the pieces of a path and of a key, joined by the separator, are always those of both. A longer separator
+    /// can begin in a key that ends as it begins.
+    bool HasPlainSeparator() const;
+
+    // Moves of the main position; on failure it stands on the deepest node found. `depth` follows it: how many elements
+    // it is below the root.
+    bool Locate(CFXmlFile& xmlFile, const CString& path, int bData, int& depth);
+    bool Locate(const CString& path, int bData);
+    /// From the node of `path` to what the key leads to from there.
+    bool LocateBelow(const CString& path, const CString& key, int bData, int& depth);
+    bool StepDown(CFXmlFile& xmlFile, const CString& path, int bData, int& depth);
+    bool FindChild(CFXmlFile& xmlFile, const CString& tag, const CString& key);
+
+    // For classes and data items alike. "Below" means: under the node at the main position.
+    template <typename Member>
+    CString TagBelow(int depth);
+    template <typename Member>
+    int Read(const CString& path, Member& member);
+    template <typename Member>
+    int List(const CString& path, CArray<Member, Member>& arr);
+    template <typename Member>
+    void ListBelow(CArray<Member, Member>& arr, int depth);
+    template <typename Member>
+    int Write(const CString& parentPath, const Member& member);
+    template <typename Member>
+    int WriteBelow(const CString& parentPath, const Member& member, int& depth);
+    template <typename Member>
+    int PlaceBelow(const CString& parentPath, const CString& key, int& depth);
+    template <typename Member>
+    int AddNode(const CString& key, int& depth);
+    template <typename Member>
+    int Delete(const CString& path, bool withChildren);
+    int SetAttribute(LPCWSTR failed, LPCWSTR name, const CString& value);
+    int WriteAttribute(const CString& path, int bData, LPCWSTR name, const CString& value);
 
     bool m_bMerging = false;  // merged writes reach the file with the save that ends the merge
 };

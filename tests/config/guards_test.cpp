@@ -20,7 +20,7 @@ namespace {
 
 class Cfg : public CFXmlCfg {
 public:
-    using CFXmlCfg::FindXmlNodeByPath;
+    using CFXmlCfg::SetItemByotherNodeClass;
     void ClearError() { m_strLastError.Empty(); }
 };
 
@@ -127,16 +127,78 @@ TEST(XmlCfgGuard, OpeningAndMergingLetNothingOut) {
         {
             Cfg cfg;
             kvttest::FailAllocation(after);
-            cfg.Open(installed, 1);
+            const int opened = cfg.Open(installed, 1);
             done = !kvttest::AllocationFailed();
             kvttest::FailAllocation(-1);
+            // A file that did not open is not saved; a merge that failed does not close one.
+            EXPECT_EQ(cfg.Save(), opened) << after;
         }
         Cfg again;
         ASSERT_EQ(again.Open(installed, 0), 1) << ReadBytes(product.Working(_T("a.xml")));
         CFXmlCfg::SDataMember member;
         ASSERT_EQ(again.ReadData(_T("d"), member), 1);
+        // What was not merged then is merged now.
+        EXPECT_EQ(again.ReadData(_T("A.n"), member), 1) << after;
+        EXPECT_EQ(Utf8(member.strValue), "2") << after;
     }
     EXPECT_TRUE(done);
+}
+
+TEST(XmlCfgGuard, AMergeThatRunsOutOfMemoryNeverCostsWhatTheUserSet) {
+    TestFolder folder;
+    WriteBytes(folder.Path(_T("a.xml")),
+               "<CONFIG><CLASS key='A'><DATA key='d' value='mine'/></CLASS><DATA key='d' value='mine'/></CONFIG>");
+    WriteBytes(folder.Path(_T("b.xml")),
+               "<CONFIG><CLASS key='A' text='t'><DATA key='d' value='2'/></CLASS><DATA key='d' value='2'/></CONFIG>");
+    bool done = false;
+    for (int after = 0; after < 5000 && !done; ++after) {
+        Cfg cfg;
+        Cfg other;
+        ASSERT_EQ(cfg.Open(folder.Path(_T("a.xml")), 0), 1);
+        ASSERT_EQ(other.Open(folder.Path(_T("b.xml")), 0), 1);
+        cfg.SetImmediateSave(0);
+        kvttest::FailAllocation(after);
+        cfg.SetItemByotherNodeClass(&other, CString(), 0);
+        done = !kvttest::AllocationFailed();
+        kvttest::FailAllocation(-1);
+        for (const LPCWSTR path : {_T("A.d"), _T("d")}) {
+            CFXmlCfg::SDataMember member;
+            EXPECT_EQ(cfg.ReadData(path, member), 1) << after;
+            EXPECT_EQ(Utf8(member.strValue), "mine") << after;
+        }
+    }
+    EXPECT_TRUE(done);
+}
+
+TEST(XmlCfgGuard, ALookUpThatRunsOutOfMemoryIsNotTakenForAMissingNode) {
+    const std::function<int(Cfg&)> writes[] = {
+        [](Cfg& cfg) {
+            return cfg.WriteClass(_T("A"), {_T("B"), _T("t"), _T("e")});
+        },
+        [](Cfg& cfg) {
+            return cfg.WriteData(_T("A"), {_T("d"), _T("1"), _T("2"), _T("3"), _T("4"), _T("5"), _T("6"), _T("7")});
+        },
+        [](Cfg& cfg) { return cfg.WriteRecurseClass(_T("A.B"), _T("t.u"), _T("e.f")); },
+    };
+    TestFolder folder;
+    const CString path = folder.Path(_T("a.xml"));
+    WriteBytes(path, DOCUMENT);
+    for (const auto& write : writes) {
+        bool done = false;
+        for (int after = 0; after < 5000 && !done; ++after) {
+            Cfg cfg;
+            ASSERT_EQ(cfg.Open(path, 0), 1);
+            cfg.SetImmediateSave(0);
+            kvttest::FailAllocation(after);
+            write(cfg);
+            done = !kvttest::AllocationFailed();
+            kvttest::FailAllocation(-1);
+            const std::string text = Utf8(cfg.GetXmlFile().GetDoc());
+            EXPECT_EQ(text.find("<CLASS", text.find("<CLASS", text.find("<CLASS") + 1) + 1), std::string::npos) << text;
+            EXPECT_EQ(text.find("<DATA"), text.rfind("<DATA")) << text;
+        }
+        EXPECT_TRUE(done);
+    }
 }
 
 TEST(IniGuard, MemoryThatRunsOutWhileReadingNeverCostsTheFile) {

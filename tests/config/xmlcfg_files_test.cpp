@@ -18,6 +18,7 @@ namespace {
 class Cfg : public CFXmlCfg {
 public:
     using CFXmlCfg::CFXmlCfg;
+    CFXmlFile& Document() { return m_xmlFile; }
     std::string File() const { return Utf8(m_strFile); }
     std::string Error() const { return Utf8(GetLastError()); }
 };
@@ -152,6 +153,15 @@ TEST(XmlCfgOpen, MarksOfOneFileDoNotReachTheNext) {
     EXPECT_EQ(ReadBytes(folder.Path(_T("be.xml"))).substr(0, 4), std::string("\xFE\xFF\0<", 4));
     ASSERT_EQ(cfg.Open(folder.Path(_T("plain.xml")), 0), 1) << Utf8(cfg.GetXmlFile().GetError());
     EXPECT_EQ(Value(cfg, _T("k")), "2");
+}
+
+TEST(XmlCfgOpen, NamesGoOnToMatchWithoutRegardToCaseWhereTheDocumentIsSetSo) {
+    TestFolder folder;
+    WriteBytes(folder.Path(_T("a.xml")), "<config><data KEY='k' value='1'/></config>");
+    Cfg cfg;
+    cfg.Document().SetDocFlags(CFXmlFile::docIgnoreCase);
+    ASSERT_EQ(cfg.Open(folder.Path(_T("a.xml")), 0), 1);
+    EXPECT_EQ(Value(cfg, _T("k")), "1");
 }
 
 TEST(XmlCfgOpen, ADeclaredCodePageIsKept) {

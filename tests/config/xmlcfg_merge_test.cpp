@@ -262,7 +262,7 @@ TEST(XmlCfgMerge, RepeatedKeysOnEveryLevelDoNotMultiplyTheWork) {
 }
 
 TEST(XmlCfgMerge, ADeepTreeIsMergedWithoutDeepStacks) {
-    constexpr int DEPTH = 600;
+    constexpr int DEPTH = 3000;
     std::string theirs;
     for (int level = 0; level < DEPTH; ++level) {
         theirs += "<CLASS key='k'>";
@@ -284,6 +284,25 @@ TEST(XmlCfgMerge, ADeepTreeIsMergedWithoutDeepStacks) {
     CFXmlCfg::SDataMember member;
     ASSERT_EQ(cfg.ReadData(path + _T("d"), member), 1) << cfg.Error();
     EXPECT_EQ(Utf8(member.strValue), "deep");
+}
+
+TEST(XmlCfgMerge, KeysThatRunTogetherWithALongSeparatorAreNotMergedForEver) {
+    // A::: and :: and : leads to A again.
+    TestFolder folder;
+    const CString source = folder.Path(_T("source.xml"));
+    const CString work = folder.Path(_T("work.xml"));
+    WriteBytes(source,
+               Document("<CLASS key='A'><CLASS key=':'><CLASS key=':'/></CLASS></CLASS><CLASS key='B'><DATA key='d' "
+                        "value='1'/></CLASS>"));
+    WriteBytes(work, Document(""));
+    Cfg cfg;
+    CFXmlCfg::SConst names;
+    names.strPathSign = _T("::");
+    cfg.SetConst(names);
+    ASSERT_EQ(cfg.Open(work, source, 0), 1) << cfg.Error();
+    CFXmlCfg::SDataMember member;
+    ASSERT_EQ(cfg.ReadData(_T("B::d"), member), 1) << cfg.Error();
+    EXPECT_EQ(Utf8(member.strValue), "1");
 }
 
 TEST(XmlCfgMerge, OtherNamesAreMergedUnderTheStoresNames) {

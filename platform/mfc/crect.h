@@ -22,10 +22,12 @@ public:
     /// All edges 0.
     constexpr bool IsRectNull() const noexcept { return *this == CRect(); }
 
-    constexpr bool operator==(const RECT& other) const noexcept {
-        return left == other.left && top == other.top && right == other.right && bottom == other.bottom;
+    /// A RECT on either side is taken as a CRect: two members of which one is the other's base would be ambiguous in
+    /// C++20.
+    friend constexpr bool operator==(const CRect& a, const CRect& b) noexcept {
+        return a.left == b.left && a.top == b.top && a.right == b.right && a.bottom == b.bottom;
     }
-    constexpr bool operator!=(const RECT& other) const noexcept { return !(*this == other); }
+    friend constexpr bool operator!=(const CRect& a, const CRect& b) noexcept { return !(a == b); }
 };
 
 }  // namespace kvtmfc

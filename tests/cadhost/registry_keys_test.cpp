@@ -5,37 +5,18 @@
 #include <string>
 #include <vector>
 
-#include "kvtfile/Registry.h"
-#include "tests/cadhost/test_key.h"
+#include "tests/cadhost/opened_registry.h"
 
 namespace {
 
 using kvtfile::CFRegistry;
+using kvttest::OpenedRegistry;
+using kvttest::Spoil;
+using kvttest::spoilt;
+using kvttest::Status;
+using kvttest::Statuses;
 using kvttest::TestKey;
 using kvttest::Texts;
-
-/// An object on a test's key, which it opens by its path.
-class Opened : public CFRegistry {
-public:
-    explicit Opened(const TestKey& key, int readOnly = 0) : CFRegistry(0, readOnly) {
-        SetHKey(key.Root());
-        EXPECT_EQ(Open(key.Path()), 1);
-    }
-};
-
-// Fills the status, so that a field that is left alone shows.
-void Spoil(CFRegistry& registry) {
-    registry.m_lLastError = 77;
-    registry.m_dwLastType = 88;
-    registry.m_dwLastSize = 99;
-}
-
-std::vector<long long> Status(const CFRegistry& registry) {
-    return {registry.m_lLastError, registry.m_dwLastType, registry.m_dwLastSize};
-}
-
-using Statuses = std::vector<long long>;
-const Statuses spoilt = {77, 88, 99};
 
 // Where a virtual function stands in the table of its class. A pointer to it holds the offset in bytes: plus one, or,
 // where functions may have odd addresses, as it is with a mark in the second half.
@@ -152,7 +133,7 @@ TEST(Registry, VirtualFunctionsStandInTheirOrder) {
 TEST(Registry, OpenMakesTheKeyCurrentAndKeepsThePath) {
     const TestKey key;
     key.Make(_T("A"));
-    Opened registry(key);
+    OpenedRegistry registry(key);
     Spoil(registry);
     EXPECT_EQ(registry.Open(_T("A")), 1);
     EXPECT_EQ(Status(registry), (Statuses{0, 0, 0}));
@@ -163,7 +144,7 @@ TEST(Registry, OpenMakesTheKeyCurrentAndKeepsThePath) {
 
 TEST(Registry, FailedOpenLeavesTheCurrentKeyAndKeepsThePath) {
     const TestKey key;
-    Opened registry(key);
+    OpenedRegistry registry(key);
     const HKEY before = registry.m_hKey;
     Spoil(registry);
     EXPECT_EQ(registry.Open(_T("Missing\\")), 0);
@@ -177,7 +158,7 @@ TEST(Registry, FailedOpenLeavesTheCurrentKeyAndKeepsThePath) {
 TEST(Registry, SuccessiveOpensDescendAndCloseClosesTheLastAlone) {
     const TestKey key;
     key.Make(_T("A\\B"));
-    Opened registry(key);
+    OpenedRegistry registry(key);
     ASSERT_EQ(registry.Open(_T("A")), 1);
     const HKEY a = registry.m_hKey;
     ASSERT_EQ(registry.Open(_T("B")), 1);
@@ -198,7 +179,7 @@ TEST(Registry, SuccessiveOpensDescendAndCloseClosesTheLastAlone) {
 TEST(Registry, PathIsItsOwnArgument) {
     const TestKey key;
     key.Make(_T("A\\A"));
-    Opened registry(key);
+    OpenedRegistry registry(key);
     ASSERT_EQ(registry.Open(_T("A")), 1);
     ASSERT_EQ(registry.Open(registry.m_strPath), 1);
     EXPECT_EQ(registry.m_strPath, _T("A"));
@@ -208,7 +189,7 @@ TEST(Registry, PathIsItsOwnArgument) {
 
 TEST(Registry, EmptyAndNullPathsMeanTheCurrentKey) {
     const TestKey key;
-    Opened registry(key);
+    OpenedRegistry registry(key);
     for (const LPCWSTR path : {static_cast<LPCWSTR>(nullptr), _T(""), _T("\\")}) {
         EXPECT_EQ(registry.VerifyKey(path), 1);
         EXPECT_EQ(registry.Open(path), 1);
@@ -224,7 +205,7 @@ TEST(Registry, EmptyAndNullPathsMeanTheCurrentKey) {
 
 TEST(Registry, OneBackslashAtTheEndIsDropped) {
     const TestKey key;
-    Opened registry(key);
+    OpenedRegistry registry(key);
     const HKEY top = registry.m_hKey;
     EXPECT_EQ(registry.CreateKey(_T("A\\")), 1);
     EXPECT_TRUE(key.Has(_T("A")));
@@ -238,7 +219,7 @@ TEST(Registry, OneBackslashAtTheEndIsDropped) {
 
 TEST(Registry, DoubledBackslashesAreTakenAsOne) {
     const TestKey key;
-    Opened registry(key);
+    OpenedRegistry registry(key);
     const HKEY top = registry.m_hKey;
     EXPECT_EQ(registry.CreateKey(_T("A\\\\B\\\\")), 1);
     EXPECT_TRUE(key.Has(_T("A\\B")));
@@ -253,7 +234,7 @@ TEST(Registry, DoubledBackslashesAreTakenAsOne) {
 TEST(Registry, BackslashAtTheBeginningIsRefused) {
     const TestKey key;
     key.Make(_T("A"));
-    Opened registry(key);
+    OpenedRegistry registry(key);
     const HKEY top = registry.m_hKey;
     for (const LPCWSTR path : {_T("\\A"), _T("\\\\A"), _T("\\\\")}) {
         EXPECT_EQ(registry.Open(path), 0);
@@ -270,7 +251,7 @@ TEST(Registry, BackslashAtTheBeginningIsRefused) {
 
 TEST(Registry, SlashIsAnOrdinaryCharacterOfAName) {
     const TestKey key;
-    Opened registry(key);
+    OpenedRegistry registry(key);
     EXPECT_EQ(registry.CreateKey(_T("A/B/")), 1);
     EXPECT_FALSE(key.Has(_T("A")));
     EXPECT_TRUE(key.Has(_T("a/b/")));
@@ -278,7 +259,7 @@ TEST(Registry, SlashIsAnOrdinaryCharacterOfAName) {
 
 TEST(Registry, CreateKeyMakesEveryLevelOrOpensWhatIsThere) {
     const TestKey key;
-    Opened registry(key);
+    OpenedRegistry registry(key);
     const HKEY top = registry.m_hKey;
     Spoil(registry);
     EXPECT_EQ(registry.CreateKey(_T("A\\B\\中文")), 1);
@@ -297,7 +278,7 @@ TEST(Registry, CreateKeyMakesEveryLevelOrOpensWhatIsThere) {
 
 TEST(Registry, FailedCreateKeyLeavesTheCurrentKey) {
     const TestKey key;
-    Opened registry(key);
+    OpenedRegistry registry(key);
     const HKEY top = registry.m_hKey;
     Spoil(registry);
     EXPECT_EQ(registry.CreateKey(CString(_T('n'), 300)), 0);
@@ -307,7 +288,7 @@ TEST(Registry, FailedCreateKeyLeavesTheCurrentKey) {
 
 TEST(Registry, NamesUpToTheLimitAreTaken) {
     const TestKey key;
-    Opened registry(key);
+    OpenedRegistry registry(key);
     const CString longest(_T('n'), 255);
     EXPECT_EQ(registry.CreateKey(longest), 1);
     CStringArray names;
@@ -352,7 +333,7 @@ TEST(Registry, NullKeyFailsEverything) {
 TEST(Registry, SetHKeyDoesNotCloseTheKeyBefore) {
     const TestKey key;
     key.Make(_T("A"));
-    Opened registry(key);
+    OpenedRegistry registry(key);
     const HKEY before = registry.m_hKey;
     Spoil(registry);
     registry.SetHKey(HKEY_CURRENT_USER);
@@ -366,7 +347,7 @@ TEST(Registry, DestructorClosesTheCurrentKey) {
     const TestKey key;
     HKEY handle = nullptr;
     {
-        Opened registry(key);
+        OpenedRegistry registry(key);
         handle = registry.m_hKey;
     }
     EXPECT_EQ(::RegQueryValueExW(handle, _T("v"), nullptr, nullptr, nullptr, nullptr), LONG{ERROR_INVALID_HANDLE});
@@ -376,7 +357,7 @@ TEST(Registry, VerifyTellsWhatIsThere) {
     const TestKey key;
     key.Make(_T("A"));
     key.Put(_T("empty"), REG_BINARY, "");
-    Opened registry(key);
+    OpenedRegistry registry(key);
     const HKEY top = registry.m_hKey;
     Spoil(registry);
     EXPECT_EQ(registry.VerifyKey(_T("a")), 1);
@@ -414,7 +395,7 @@ TEST(Registry, SubKeysAreAppendedInUpperCaseOrder) {
     for (const LPCWSTR name : {_T("R2"), _T("b"), _T("R19.1"), _T("A"), _T("R19.0")}) {
         key.Make(name);
     }
-    Opened registry(key);
+    OpenedRegistry registry(key);
     Spoil(registry);
     CStringArray names;
     names.Add(_T("before"));
@@ -427,7 +408,7 @@ TEST(Registry, ValueNamesAreAppended) {
     const TestKey key;
     key.PutText(_T("one"), u"1");
     key.Put(_T("Two"), REG_DWORD, std::string(4, '\0'));
-    Opened registry(key);
+    OpenedRegistry registry(key);
     Spoil(registry);
     CStringArray names;
     names.Add(_T("before"));
@@ -439,7 +420,7 @@ TEST(Registry, ValueNamesAreAppended) {
 TEST(Registry, UnnamedValueIsListedByItsEmptyName) {
     const TestKey key;
     key.PutText(nullptr, u"1");
-    Opened registry(key);
+    OpenedRegistry registry(key);
     CStringArray names;
     EXPECT_EQ(registry.ReadKeyValues(names), 1);
     EXPECT_EQ(Texts(names), std::vector<std::string>{""});
@@ -447,7 +428,7 @@ TEST(Registry, UnnamedValueIsListedByItsEmptyName) {
 
 TEST(Registry, EmptyKeyListsNothing) {
     const TestKey key;
-    Opened registry(key);
+    OpenedRegistry registry(key);
     CStringArray names;
     names.Add(_T("before"));
     EXPECT_EQ(registry.ReadSubKeys(names), 0);
@@ -458,7 +439,7 @@ TEST(Registry, EmptyKeyListsNothing) {
 TEST(Registry, ListingADeletedKeyDiffersForKeysAndValues) {
     const TestKey key;
     key.Make(_T("A"));
-    Opened registry(key);
+    OpenedRegistry registry(key);
     ASSERT_EQ(registry.Open(_T("A")), 1);
     ASSERT_EQ(::RegDeleteKeyW(key.Handle(), _T("A")), 0);
     CStringArray names;
@@ -475,7 +456,7 @@ TEST(Registry, ValueNameThatIsTooLongEndsTheListing) {
     const TestKey key;
     const CString fits(_T('a'), 1023);
     key.PutText(fits, u"1");
-    Opened registry(key);
+    OpenedRegistry registry(key);
     CStringArray names;
     EXPECT_EQ(registry.ReadKeyValues(names), 1);
     EXPECT_EQ(Texts(names), std::vector<std::string>{std::string(1023, 'a')});
@@ -498,7 +479,7 @@ TEST(Registry, DeleteValueRecordsItsError) {
     const TestKey key;
     key.PutText(_T("v"), u"1");
     key.PutText(nullptr, u"2");
-    Opened registry(key);
+    OpenedRegistry registry(key);
     Spoil(registry);
     EXPECT_EQ(registry.DeleteValue(_T("V")), 1);
     EXPECT_EQ(Status(registry), (Statuses{0, 0, 0}));
@@ -516,7 +497,7 @@ TEST(Registry, DeleteKeyTakesTheWholeSubtree) {
     key.Make(_T("A\\B\\D"));
     key.Make(_T("A\\E"));
     key.Make(_T("F"));
-    Opened registry(key);
+    OpenedRegistry registry(key);
     const HKEY top = registry.m_hKey;
     Spoil(registry);
     EXPECT_EQ(registry.DeleteKey(_T("A"), 1), 1);
@@ -528,7 +509,7 @@ TEST(Registry, DeleteKeyTakesTheWholeSubtree) {
 
 TEST(Registry, DeleteKeyOfAMissingKeyLeavesTheStatus) {
     const TestKey key;
-    Opened registry(key);
+    OpenedRegistry registry(key);
     Spoil(registry);
     EXPECT_EQ(registry.DeleteKey(_T("A"), 0), 0);
     EXPECT_EQ(Status(registry), spoilt);
@@ -538,7 +519,7 @@ TEST(Registry, DeleteKeyNeverTakesTheCurrentKey) {
     const TestKey key;
     key.Make(_T("A\\B"));
     key.PutText(_T("v"), u"1");
-    Opened registry(key);
+    OpenedRegistry registry(key);
     Spoil(registry);
     for (const LPCWSTR path : {static_cast<LPCWSTR>(nullptr), _T(""), _T("\\")}) {
         EXPECT_EQ(registry.DeleteKey(path, 0), 0);
@@ -553,19 +534,16 @@ TEST(Registry, DeleteKeyTakesAKeyThatIsOpenElsewhere) {
     key.Make(_T("A"));
     HKEY held = nullptr;
     ASSERT_EQ(::RegOpenKeyExW(key.Handle(), _T("A"), 0, KEY_ALL_ACCESS, &held), 0);
-    Opened registry(key);
+    OpenedRegistry registry(key);
     EXPECT_EQ(registry.DeleteKey(_T("A"), 0), 1);
     EXPECT_EQ(::RegQueryValueExW(held, _T("v"), nullptr, nullptr, nullptr, nullptr), LONG{ERROR_KEY_DELETED});
     ::RegCloseKey(held);
 }
 
 /// Counts and refuses deletions.
-class Watched : public CFRegistry {
+class Watched : public OpenedRegistry {
 public:
-    explicit Watched(const TestKey& key) : CFRegistry(0, 0) {
-        SetHKey(key.Root());
-        EXPECT_EQ(Open(key.Path()), 1);
-    }
+    using OpenedRegistry::OpenedRegistry;
     int DeleteKey(LPCWSTR path, int flag) override {
         m_calls.push_back(kvttest::Utf8(path) + " " + std::to_string(flag));
         return m_refused == path ? 0 : CFRegistry::DeleteKey(path, flag);
@@ -601,13 +579,13 @@ TEST(Registry, DeleteKeyStopsAtTheFirstKeyThatIsRefused) {
 
 TEST(Registry, DeepTreesAreDeleted) {
     const TestKey key;
-    Opened registry(key);
+    OpenedRegistry registry(key);
     for (int i = 0; i < 300; ++i) {
         HKEY const above = registry.m_hKey;
         ASSERT_EQ(registry.CreateKey(_T("Level")), 1) << i;
         ::RegCloseKey(above);
     }
-    Opened top(key);
+    OpenedRegistry top(key);
     EXPECT_EQ(top.DeleteKey(_T("Level"), 0), 1);
     EXPECT_FALSE(key.Has(_T("Level")));
 }
@@ -618,7 +596,7 @@ TEST(Registry, ReadOnlyObjectOpensForReadingAlone) {
     const TestKey key;
     key.Make(_T("A"));
     key.PutText(_T("v"), u"x");
-    Opened registry(key, 1);
+    OpenedRegistry registry(key, 1);
     EXPECT_EQ(registry.VerifyKey(_T("A")), 1);
     EXPECT_EQ(::RegSetValueExW(registry.m_hKey, _T("w"), 0, REG_BINARY, nullptr, 0), LONG{ERROR_ACCESS_DENIED});
     CString text;
@@ -633,7 +611,7 @@ TEST(Registry, ReadOnlyObjectOpensForReadingAlone) {
 TEST(Registry, ReadOnlyObjectMakesAndDeletesNoKey) {
     const TestKey key;
     key.Make(_T("A"));
-    Opened registry(key, 1);
+    OpenedRegistry registry(key, 1);
     const HKEY before = registry.m_hKey;
     Spoil(registry);
     EXPECT_EQ(registry.CreateKey(_T("A")), 0);
@@ -658,7 +636,7 @@ TEST(Registry, ReadOnlyObjectDeletesValuesAllTheSame) {
 TEST(Registry, KeyOpenedForReadingRefusesToDeleteItsValues) {
     const TestKey key;
     key.PutText(_T("v"), u"x");
-    Opened registry(key, 1);
+    OpenedRegistry registry(key, 1);
     Spoil(registry);
     EXPECT_EQ(registry.DeleteValue(_T("v")), 0);
     EXPECT_EQ(Status(registry), (Statuses{ERROR_ACCESS_DENIED, 0, 0}));

@@ -1,4 +1,4 @@
-// CFRegistry: objects, collections, rectangles and points: their stored bytes, reading back, and damaged data.
+// CFRegistry: objects and collections: their stored bytes, reading back, and damaged data.
 #include <algorithm>
 #include <functional>
 #include <memory>
@@ -6,14 +6,16 @@
 #include <string>
 #include <vector>
 
-#include "kvtfile/Registry.h"
-#include "tests/cadhost/test_key.h"
-#include "tests/mfc/throws.h"
+#include "tests/cadhost/opened_registry.h"
 
 namespace {
 
 using namespace std::string_literals;
 using kvtfile::CFRegistry;
+using kvttest::OpenedRegistry;
+using kvttest::spoilt;
+using kvttest::Status;
+using kvttest::Statuses;
 using kvttest::TestKey;
 using kvttest::Texts;
 
@@ -52,28 +54,6 @@ public:
     int m_calls = 0;
 };
 
-/// An object on a test's key.
-class On : public CFRegistry {
-public:
-    explicit On(const TestKey& key, int readOnly = 0) : CFRegistry(0, readOnly) {
-        SetHKey(key.Root());
-        EXPECT_EQ(Open(key.Path()), 1);
-        Spoil();
-    }
-    void Spoil() {
-        m_lLastError = 77;
-        m_dwLastType = 88;
-        m_dwLastSize = 99;
-    }
-};
-
-using Statuses = std::vector<long long>;
-const Statuses spoilt = {77, 88, 99};
-
-Statuses Status(const CFRegistry& registry) {
-    return {registry.m_lLastError, registry.m_dwLastType, registry.m_dwLastSize};
-}
-
 void Fill(CStringArray& array) {
     array.Add(_T("A"));
     array.Add(_T("中b"));
@@ -85,7 +65,7 @@ const char storedTexts[] = "3: 02 00 FF FE FF 01 41 00 FF FE FF 02 2D 4E 62 00";
 
 TEST(RegistryObject, IsStoredByItsSerialize) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     CYear year(0x0102);
     EXPECT_EQ(registry.Write(_T("v"), year), 1);
     EXPECT_EQ(key.Shown(_T("v")), "3: 02 01");
@@ -94,7 +74,7 @@ TEST(RegistryObject, IsStoredByItsSerialize) {
 
 TEST(RegistryObject, PointerIsStoredWithItsClass) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     CDWordArray numbers;
     numbers.Add(1);
     EXPECT_EQ(registry.Write(_T("v"), static_cast<CObject*>(&numbers)), 1);
@@ -110,7 +90,7 @@ TEST(RegistryObject, PointerIsStoredWithItsClass) {
 
 TEST(RegistryCollection, IsStoredAsCountAndElements) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     CByteArray bytes;
     bytes.Add(1);
     bytes.Add(255);
@@ -136,7 +116,7 @@ TEST(RegistryCollection, IsStoredAsCountAndElements) {
 
 TEST(RegistryCollection, ObjectListStoresEachObjectOnce) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     CYear first(5);
     CYear second(7);
     CObList list;
@@ -151,7 +131,7 @@ TEST(RegistryCollection, ObjectListStoresEachObjectOnce) {
 
 TEST(RegistryCollection, EmptyOnesAreTheirCount) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     CByteArray bytes;
     CDWordArray numbers;
     CStringArray texts;
@@ -172,7 +152,7 @@ TEST(RegistryCollection, EmptyOnesAreTheirCount) {
 
 TEST(RegistryCollection, ManyElementsTakeALongCount) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     CByteArray bytes;
     bytes.SetSize(100000);
     bytes.SetAt(99999, 9);
@@ -185,54 +165,9 @@ TEST(RegistryCollection, ManyElementsTakeALongCount) {
     EXPECT_EQ(loaded[99999], 9);
 }
 
-TEST(RegistryWords, AreStoredBehindACountOfEightBytes) {
-    const TestKey key;
-    On registry(key);
-    CWordArray words;
-    words.Add(0x0102);
-    words.Add(0xFFFE);
-    words.Add(3);
-    EXPECT_EQ(registry.Write(_T("v"), words), 1);
-    EXPECT_EQ(key.Shown(_T("v")), "3: 03 00 00 00 00 00 00 00 02 01 FE FF 03 00");
-    EXPECT_EQ(Status(registry), (Statuses{0, 3, 14}));
-}
-
-TEST(RegistryRect, IsFourNumbers) {
-    const TestKey key;
-    On registry(key);
-    EXPECT_EQ(registry.Write(_T("v"), CRect(-1, 2, 0x01020304, -2147483647 - 1)), 1);
-    EXPECT_EQ(key.Shown(_T("v")), "3: FF FF FF FF 02 00 00 00 04 03 02 01 00 00 00 80");
-    EXPECT_EQ(Status(registry), (Statuses{0, 3, 16}));
-}
-
-TEST(RegistryPoint, IsAStoredArrayOfFiveNumbers) {
-    const TestKey key;
-    On registry(key);
-    POINT point = {10, -2};
-    POINT* pointer = &point;
-    EXPECT_EQ(registry.Write(_T("v"), pointer), 1);
-    EXPECT_EQ(key.Shown(_T("v")), "3: 05 00 0A 00 00 00 FE FF FF FF 00 00 00 00 00 00 00 00 00 00 00 00");
-    EXPECT_EQ(Status(registry), (Statuses{0, 2, 22}));
-    registry.SetHKey(nullptr);
-    EXPECT_EQ(registry.Write(_T("v"), pointer), 0);
-    EXPECT_EQ(Status(registry), (Statuses{ERROR_INVALID_HANDLE, 2, 22}));
-}
-
-TEST(RegistryPoint, NullPointerIsRefused) {
-    const TestKey key;
-    On registry(key);
-    POINT* pointer = nullptr;
-    EXPECT_EQ(registry.Write(_T("v"), pointer), 0);
-    EXPECT_EQ(Status(registry), (Statuses{ERROR_INVALID_PARAMETER, 2, 22}));
-    EXPECT_EQ(key.Shown(_T("v")), "none");
-    key.Put(_T("v"), REG_BINARY, "\x02\0\1\0\0\0\2\0\0\0"s);
-    EXPECT_EQ(registry.Read(_T("v"), pointer), 0);
-    EXPECT_EQ(Status(registry), (Statuses{ERROR_INVALID_PARAMETER, 2, 8}));
-}
-
 TEST(RegistryObject, ReadOnlyObjectStoresNothing) {
     const TestKey key;
-    On registry(key, 1);
+    OpenedRegistry registry(key, 1);
     registry.SetHKey(key.Handle());
     CAny any([](CArchive& ar) { ar << 1; });
     CYear year(1);
@@ -265,10 +200,10 @@ TEST(RegistryObject, ReadOnlyObjectReads) {
     CStringArray texts;
     Fill(texts);
     {
-        On writer(key);
+        OpenedRegistry writer(key);
         ASSERT_EQ(writer.Write(_T("v"), texts), 1);
     }
-    On registry(key, 1);
+    OpenedRegistry registry(key, 1);
     CStringArray loaded;
     EXPECT_EQ(registry.Read(_T("v"), loaded), 1);
     EXPECT_EQ(Texts(loaded), Texts(texts));
@@ -298,7 +233,7 @@ TEST(RegistryObject, WhatStoringThrowsIsAFailureAndWritesNothing) {
     };
     const TestKey key;
     key.Put(_T("v"), REG_BINARY, "x");
-    On registry(key);
+    OpenedRegistry registry(key);
     for (const auto& failure : failures) {
         CAny any(failure);
         EXPECT_EQ(registry.Write(_T("v"), any), 0);
@@ -310,7 +245,7 @@ TEST(RegistryObject, WhatStoringThrowsIsAFailureAndWritesNothing) {
 
 TEST(RegistryObject, ObjectThatStoresNoByteIsAFailure) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     CAny any([](CArchive&) {});
     EXPECT_EQ(registry.Write(_T("v"), any), 0);
     EXPECT_EQ(any.m_calls, 1);
@@ -320,7 +255,7 @@ TEST(RegistryObject, ObjectThatStoresNoByteIsAFailure) {
 
 TEST(RegistryObject, ClassThatCannotBeStoredIsAFailure) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     CAny any([](CArchive& ar) { ar << 1; });
     EXPECT_EQ(registry.Write(_T("v"), static_cast<CObject*>(&any)), 0);
     EXPECT_EQ(Status(registry), spoilt);
@@ -332,7 +267,7 @@ TEST(RegistryObject, ClassThatCannotBeStoredIsAFailure) {
 TEST(RegistryObject, IsReadByItsSerialize) {
     const TestKey key;
     key.Put(_T("v"), REG_BINARY, "\x02\x01"s);
-    On registry(key);
+    OpenedRegistry registry(key);
     CYear year;
     EXPECT_EQ(registry.Read(_T("v"), year), 1);
     EXPECT_EQ(year.m_year, 0x0102);
@@ -342,7 +277,7 @@ TEST(RegistryObject, IsReadByItsSerialize) {
 TEST(RegistryObject, PointerIsReadByItsClass) {
     const TestKey key;
     key.Put(_T("v"), REG_BINARY, "\xFF\xFF\x01\0\x05\0CYear\x07\0"s);
-    On registry(key);
+    OpenedRegistry registry(key);
     CObject* object = nullptr;
     ASSERT_EQ(registry.Read(_T("v"), object), 1);
     const std::unique_ptr<CObject> owner(object);
@@ -354,7 +289,7 @@ TEST(RegistryObject, PointerIsReadByItsClass) {
 TEST(RegistryObject, StoredNullIsReadAsNull) {
     const TestKey key;
     key.Put(_T("v"), REG_BINARY, "\0\0"s);
-    On registry(key);
+    OpenedRegistry registry(key);
     CYear year;
     CObject* object = &year;
     EXPECT_EQ(registry.Read(_T("v"), object), 1);
@@ -376,7 +311,7 @@ TEST(RegistryObject, FailedReadLeavesThePointer) {
         "\xFF\x7F\xFF\xFF\xFF\xFF"s,  // a number beyond all
     };
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     CYear year;
     const int alive = CYear::s_alive;
     for (const std::string& bytes : damaged) {
@@ -397,7 +332,7 @@ TEST(RegistryObject, FailedReadLeavesThePointer) {
 
 TEST(RegistryObject, MissingValueLeavesTheObject) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     CYear year(9);
     EXPECT_EQ(registry.Read(_T("v"), year), 0);
     EXPECT_EQ(year.m_year, 9);
@@ -407,7 +342,7 @@ TEST(RegistryObject, MissingValueLeavesTheObject) {
 TEST(RegistryObject, EmptyValueHasNothingToRead) {
     const TestKey key;
     key.Put(_T("v"), REG_BINARY, "");
-    On registry(key);
+    OpenedRegistry registry(key);
     CYear year(9);
     EXPECT_EQ(registry.Read(_T("v"), year), 0);
     EXPECT_EQ(year.m_year, 9);
@@ -419,7 +354,7 @@ TEST(RegistryObject, EmptyValueHasNothingToRead) {
 TEST(RegistryObject, WhatLoadingThrowsIsAFailure) {
     const TestKey key;
     key.Put(_T("v"), REG_BINARY, "xyz");
-    On registry(key);
+    OpenedRegistry registry(key);
     const std::function<void(CArchive&)> failures[] = {
         [](CArchive&) { AfxThrowMemoryException(); },
         [](CArchive&) { AfxThrowArchiveException(CArchiveException::generic); },
@@ -439,7 +374,7 @@ TEST(RegistryObject, WhatLoadingThrowsIsAFailure) {
 TEST(RegistryObject, ForeignTypeIsReadByItsBytes) {
     const TestKey key;
     key.Put(_T("v"), REG_SZ, "\x02\x01"s);
-    On registry(key);
+    OpenedRegistry registry(key);
     CYear year;
     EXPECT_EQ(registry.Read(_T("v"), year), 1);
     EXPECT_EQ(year.m_year, 0x0102);
@@ -448,7 +383,7 @@ TEST(RegistryObject, ForeignTypeIsReadByItsBytes) {
 
 TEST(RegistryCollection, ReadReplacesTheContent) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     key.Put(_T("bytes"), REG_BINARY, "\x02\0\x01\xFF"s);
     CByteArray bytes;
     bytes.SetSize(5);
@@ -484,7 +419,7 @@ TEST(RegistryCollection, ReadReplacesTheContent) {
 
 TEST(RegistryCollection, ReadOfNothingEmptiesThemAllTheSame) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     CByteArray bytes;
     bytes.Add(1);
     CWordArray words;
@@ -514,7 +449,7 @@ TEST(RegistryCollection, ReadOfNothingEmptiesThemAllTheSame) {
 TEST(RegistryCollection, ObjectListDeletesWhatItHeldAndLoadsNewObjects) {
     const TestKey key;
     key.Put(_T("v"), REG_BINARY, "\x04\0\xFF\xFF\x01\0\x05\0CYear\x05\0\x01\x80\x07\0\x02\0\0\0"s);
-    On registry(key);
+    OpenedRegistry registry(key);
     const int alive = CYear::s_alive;
     CObList list;
     list.AddTail(new CYear(1));
@@ -536,155 +471,6 @@ TEST(RegistryCollection, ObjectListDeletesWhatItHeldAndLoadsNewObjects) {
     EXPECT_EQ(registry.Read(_T("none"), list), 1);
     EXPECT_EQ(list.GetCount(), 0);
     EXPECT_EQ(CYear::s_alive, alive);
-}
-
-TEST(RegistryWords, ReadTakesACountOfFourBytes) {
-    const TestKey key;
-    key.Put(_T("v"), REG_BINARY, "\x02\0\0\0\x02\x01\xFE\xFF"s);
-    On registry(key);
-    CWordArray words;
-    words.SetSize(5);
-    EXPECT_EQ(registry.Read(_T("v"), words), 1);
-    ASSERT_EQ(words.GetSize(), 2);
-    EXPECT_EQ(words[0], 0x0102);
-    EXPECT_EQ(words[1], 0xFFFE);
-    EXPECT_EQ(Status(registry), (Statuses{0, 3, 8}));
-}
-
-TEST(RegistryWords, RoundTripReadsTheUpperHalfOfTheCountAsElements) {
-    const TestKey key;
-    On registry(key);
-    CWordArray words;
-    words.Add(0x0A0A);
-    words.Add(0x0B0B);
-    words.Add(0x0C0C);
-    ASSERT_EQ(registry.Write(_T("v"), words), 1);
-    EXPECT_EQ(registry.Read(_T("v"), words), 1);
-    ASSERT_EQ(words.GetSize(), 3);
-    EXPECT_EQ(words[0], 0);
-    EXPECT_EQ(words[1], 0);
-    EXPECT_EQ(words[2], 0x0A0A);
-    CWordArray empty;
-    ASSERT_EQ(registry.Write(_T("v"), empty), 1);
-    EXPECT_EQ(registry.Read(_T("v"), words), 1);
-    EXPECT_EQ(words.GetSize(), 0);
-}
-
-TEST(RegistryWords, CountBeyondTheValueFailsAndEmptiesTheArray) {
-    const std::string damaged[] = {
-        ""s,
-        "\x01\0\0"s,
-        "\x01\0\0\0"s,
-        "\x01\0\0\0\x01"s,
-        "\x02\0\0\0\x01\0\x02"s,
-        "\xFF\xFF\xFF\xFF\x01\0"s,
-        "\0\0\0\x80\x01\0"s,
-        "\xFF\xFF\xFF\x7F\x01\0"s,
-    };
-    const TestKey key;
-    On registry(key);
-    for (const std::string& bytes : damaged) {
-        SCOPED_TRACE(kvttest::Hex(bytes));
-        key.Put(_T("v"), REG_BINARY, bytes);
-        CWordArray words;
-        words.Add(9);
-        EXPECT_EQ(registry.Read(_T("v"), words), 0);
-        EXPECT_EQ(words.GetSize(), 0);
-        EXPECT_EQ(Status(registry), (Statuses{0, 3, static_cast<long long>(bytes.size())}));
-    }
-}
-
-TEST(RegistryRect, RoundTrip) {
-    const TestKey key;
-    On registry(key);
-    const CRect stored(-1, 2, 300000, -4);
-    ASSERT_EQ(registry.Write(_T("v"), stored), 1);
-    CRect loaded(9, 9, 9, 9);
-    EXPECT_EQ(registry.Read(_T("v"), loaded), 1);
-    EXPECT_TRUE(loaded == stored);
-    EXPECT_EQ(Status(registry), (Statuses{0, 3, 16}));
-}
-
-TEST(RegistryRect, TakesTheFirstSixteenBytesAndNoFewer) {
-    const TestKey key;
-    On registry(key);
-    const std::string bytes = "\x01\0\0\0\x02\0\0\0\x03\0\0\0\x04\0\0\0more"s;
-    for (size_t cut = 0; cut < 16; ++cut) {
-        key.Put(_T("v"), REG_BINARY, bytes.substr(0, cut));
-        CRect rect(9, 9, 9, 9);
-        EXPECT_EQ(registry.Read(_T("v"), rect), 0) << cut;
-        EXPECT_TRUE(rect == CRect(9, 9, 9, 9)) << cut;
-        EXPECT_EQ(Status(registry), (Statuses{0, 3, static_cast<long long>(cut)}));
-    }
-    key.Put(_T("v"), REG_SZ, bytes);
-    CRect rect;
-    EXPECT_EQ(registry.Read(_T("v"), rect), 1);
-    EXPECT_TRUE(rect == CRect(1, 2, 3, 4));
-}
-
-TEST(RegistryPoint, WhatWasWrittenIsTooLongToBeReadBack) {
-    const TestKey key;
-    On registry(key);
-    POINT point = {10, 20};
-    POINT* pointer = &point;
-    ASSERT_EQ(registry.Write(_T("v"), pointer), 1);
-    point = {1, 2};
-    EXPECT_EQ(registry.Read(_T("v"), pointer), 0);
-    EXPECT_EQ(Status(registry), (Statuses{234, 2, 8}));
-    EXPECT_EQ(point.x, 1);
-    EXPECT_EQ(point.y, 2);
-}
-
-TEST(RegistryPoint, IsReadFromUpToTwentyBytes) {
-    const TestKey key;
-    On registry(key);
-    POINT point = {1, 2};
-    POINT* pointer = &point;
-    key.Put(_T("v"), REG_BINARY, "\x02\0\x0A\0\0\0\xFE\xFF\xFF\xFF"s);
-    EXPECT_EQ(registry.Read(_T("v"), pointer), 1);
-    EXPECT_EQ(point.x, 10);
-    EXPECT_EQ(point.y, -2);
-    EXPECT_EQ(Status(registry), (Statuses{0, 2, 8}));
-    key.Put(_T("v"), REG_BINARY, "\x04\0\x05\0\0\0\x06\0\0\0\x07\0\0\0\x08\0\0\0\0\0"s);
-    EXPECT_EQ(registry.Read(_T("v"), pointer), 1);
-    EXPECT_EQ(point.x, 5);
-    EXPECT_EQ(point.y, 6);
-}
-
-TEST(RegistryPoint, FewerThanTwoElementsThrow) {
-    const TestKey key;
-    On registry(key);
-    POINT point = {1, 2};
-    POINT* pointer = &point;
-    key.Put(_T("v"), REG_BINARY, "\0\0"s);
-    EXPECT_THROWS_POINTER(registry.Read(_T("v"), pointer), CInvalidArgException);
-    key.Put(_T("v"), REG_BINARY, "\x01\0\x0A\0\0\0"s);
-    EXPECT_THROWS_POINTER(registry.Read(_T("v"), pointer), CInvalidArgException);
-    EXPECT_EQ(point.x, 1);
-    EXPECT_EQ(point.y, 2);
-    EXPECT_EQ(Status(registry), (Statuses{0, 2, 8}));
-}
-
-TEST(RegistryPoint, DamagedForeignAndMissingValuesFail) {
-    const TestKey key;
-    On registry(key);
-    POINT point = {1, 2};
-    POINT* pointer = &point;
-    const std::string whole = "\x02\0\x0A\0\0\0\x14\0\0\0"s;
-    for (size_t cut = 0; cut < whole.size(); ++cut) {
-        key.Put(_T("v"), REG_BINARY, whole.substr(0, cut));
-        EXPECT_EQ(registry.Read(_T("v"), pointer), 0) << cut;
-        EXPECT_EQ(Status(registry), (Statuses{0, 2, 8}));
-    }
-    key.Put(_T("v"), REG_BINARY, "\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\x7F"s);
-    EXPECT_EQ(registry.Read(_T("v"), pointer), 0) << "an absurd count";
-    key.Put(_T("v"), REG_SZ, whole);
-    EXPECT_EQ(registry.Read(_T("v"), pointer), 0) << "not binary";
-    EXPECT_EQ(Status(registry), (Statuses{0, 2, 8}));
-    EXPECT_EQ(registry.Read(_T("missing"), pointer), 0);
-    EXPECT_EQ(Status(registry), (Statuses{ERROR_FILE_NOT_FOUND, 2, 8}));
-    EXPECT_EQ(point.x, 1);
-    EXPECT_EQ(point.y, 2);
 }
 
 // --- damaged collections ---
@@ -742,7 +528,7 @@ TEST(RegistryCollection, EveryCutFails) {
          }},
     };
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     const int alive = CYear::s_alive;
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
@@ -770,7 +556,7 @@ TEST(RegistryCollection, AbsurdCountsAndLengthsFail) {
         "\x01\0\xFF\xFE\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\x7F"s,
     };
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     for (const std::string& bytes : damaged) {
         SCOPED_TRACE(kvttest::Hex(bytes));
         key.Put(_T("v"), REG_BINARY, bytes);

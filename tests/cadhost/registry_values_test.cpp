@@ -3,33 +3,16 @@
 #include <string>
 #include <vector>
 
-#include "kvtfile/Registry.h"
-#include "tests/cadhost/test_key.h"
+#include "tests/cadhost/opened_registry.h"
 
 namespace {
 
-using kvtfile::CFRegistry;
+using kvttest::OpenedRegistry;
+using kvttest::spoilt;
+using kvttest::Status;
+using kvttest::Statuses;
 using kvttest::TestKey;
 using kvttest::Utf8;
-
-/// An object on a test's key.
-class On : public CFRegistry {
-public:
-    explicit On(const TestKey& key, int readOnly = 0) : CFRegistry(0, readOnly) {
-        SetHKey(key.Root());
-        EXPECT_EQ(Open(key.Path()), 1);
-        m_lLastError = 77;
-        m_dwLastType = 88;
-        m_dwLastSize = 99;
-    }
-};
-
-using Statuses = std::vector<long long>;
-const Statuses spoilt = {77, 88, 99};
-
-Statuses Status(const CFRegistry& registry) {
-    return {registry.m_lLastError, registry.m_dwLastType, registry.m_dwLastSize};
-}
 
 std::string Filled(size_t count, char byte = 'x') {
     return std::string(count, byte);
@@ -39,7 +22,7 @@ std::string Filled(size_t count, char byte = 'x') {
 
 TEST(RegistryText, IsStoredWithItsNulAndCountedInCharacters) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     EXPECT_EQ(registry.Write(_T("v"), _T("A中")), 1);
     EXPECT_EQ(key.Shown(_T("v")), "1: 41 00 2D 4E 00 00");
     EXPECT_EQ(Status(registry), (Statuses{0, 1, 3}));
@@ -53,7 +36,7 @@ TEST(RegistryText, IsStoredWithItsNulAndCountedInCharacters) {
 TEST(RegistryText, NullTextIsRefused) {
     const TestKey key;
     key.PutText(_T("v"), u"x");
-    On registry(key);
+    OpenedRegistry registry(key);
     EXPECT_EQ(registry.Write(_T("v"), static_cast<LPCWSTR>(nullptr)), 0);
     EXPECT_EQ(Status(registry), (Statuses{ERROR_NOACCESS, 1, 1}));
     EXPECT_EQ(key.Shown(_T("v")), "1: 78 00 00 00");
@@ -61,7 +44,7 @@ TEST(RegistryText, NullTextIsRefused) {
 
 TEST(RegistryText, NullAndEmptyNamesAreTheUnnamedValue) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     EXPECT_EQ(registry.Write(nullptr, _T("a")), 1);
     EXPECT_EQ(key.Shown(_T("")), "1: 61 00 00 00");
     EXPECT_EQ(registry.Write(_T(""), _T("b")), 1);
@@ -74,7 +57,7 @@ TEST(RegistryText, NullAndEmptyNamesAreTheUnnamedValue) {
 
 TEST(RegistryText, NameBeyondTheLimitIsRefused) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     const CString longest(_T('n'), 16383);
     EXPECT_EQ(registry.Write(longest, _T("a")), 1);
     CString text;
@@ -87,7 +70,7 @@ TEST(RegistryText, NameBeyondTheLimitIsRefused) {
 TEST(RegistryText, ReadGivesTypeAndSizeInBytes) {
     const TestKey key;
     key.PutText(_T("v"), u"A中");
-    On registry(key);
+    OpenedRegistry registry(key);
     CString text;
     EXPECT_EQ(registry.Read(_T("V"), text), 1);
     EXPECT_EQ(text, _T("A中"));
@@ -96,7 +79,7 @@ TEST(RegistryText, ReadGivesTypeAndSizeInBytes) {
 
 TEST(RegistryText, MissingValueEmptiesTheText) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     CString text = _T("before");
     EXPECT_EQ(registry.Read(_T("v"), text), 0);
     EXPECT_EQ(text, _T(""));
@@ -106,7 +89,7 @@ TEST(RegistryText, MissingValueEmptiesTheText) {
 TEST(RegistryText, EmptyValueIsTheEmptyText) {
     const TestKey key;
     key.Put(_T("v"), REG_SZ, "");
-    On registry(key);
+    OpenedRegistry registry(key);
     CString text = _T("before");
     EXPECT_EQ(registry.Read(_T("v"), text), 1);
     EXPECT_EQ(text, _T(""));
@@ -133,7 +116,7 @@ TEST(RegistryText, ValueOfAnyTypeIsReadUpToItsFirstNul) {
         {77, "A\0\0\0"s, "A"},
     };
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     for (const auto& row : rows) {
         SCOPED_TRACE(std::to_string(row.type) + ": " + kvttest::Hex(row.bytes));
         key.Put(_T("v"), row.type, row.bytes);
@@ -147,7 +130,7 @@ TEST(RegistryText, ValueOfAnyTypeIsReadUpToItsFirstNul) {
 
 TEST(RegistryText, LongerThan1023CharactersIsCut) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     for (const size_t length : {511u, 512u, 1022u, 1023u, 1024u, 5000u, 600000u}) {
         SCOPED_TRACE(length);
         key.PutText(_T("v"), std::u16string(length, u'x'));
@@ -162,7 +145,7 @@ TEST(RegistryText, LongerThan1023CharactersIsCut) {
 
 TEST(RegistryNumber, IntIsStoredAndRecorded) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     EXPECT_EQ(registry.Write(_T("v"), -2), 1);
     EXPECT_EQ(key.Shown(_T("v")), "4: FE FF FF FF");
     EXPECT_EQ(Status(registry), (Statuses{0, 4, 4}));
@@ -170,7 +153,7 @@ TEST(RegistryNumber, IntIsStoredAndRecorded) {
 
 TEST(RegistryNumber, DwordIsStoredAndNotRecorded) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     EXPECT_EQ(registry.Write(_T("v"), DWORD{0x80000001}), 1);
     EXPECT_EQ(key.Shown(_T("v")), "4: 01 00 00 80");
     EXPECT_EQ(Status(registry), spoilt);
@@ -195,7 +178,7 @@ TEST(RegistryNumber, AnyTypeOfAtMostFourBytesIsRead) {
         {77, "\x05\0\0\0"s, 5},
     };
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     for (const auto& row : rows) {
         SCOPED_TRACE(std::to_string(row.type) + ": " + kvttest::Hex(row.bytes));
         const Statuses expected = {0, static_cast<long long>(row.type), static_cast<long long>(row.bytes.size())};
@@ -214,7 +197,7 @@ TEST(RegistryNumber, AnyTypeOfAtMostFourBytesIsRead) {
 TEST(RegistryNumber, LongerValueIsMoreData) {
     const TestKey key;
     key.PutText(_T("v"), u"AB");
-    On registry(key);
+    OpenedRegistry registry(key);
     DWORD number = 99;
     EXPECT_EQ(registry.Read(_T("v"), number), 0);
     EXPECT_EQ(number, 99u);
@@ -227,7 +210,7 @@ TEST(RegistryNumber, LongerValueIsMoreData) {
 
 TEST(RegistryNumber, MissingValueLeavesTheTarget) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     DWORD number = 99;
     EXPECT_EQ(registry.Read(_T("v"), number), 0);
     EXPECT_EQ(number, 99u);
@@ -241,7 +224,7 @@ TEST(RegistryNumber, MissingValueLeavesTheTarget) {
 
 TEST(RegistryBytes, AreStoredAsTheyAre) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     BYTE bytes[] = {0, 255, 7};
     EXPECT_EQ(registry.Write(_T("v"), bytes, 3), 1);
     EXPECT_EQ(key.Shown(_T("v")), "3: 00 FF 07");
@@ -256,7 +239,7 @@ TEST(RegistryBytes, AreStoredAsTheyAre) {
 TEST(RegistryBytes, NullWithALengthIsRefused) {
     const TestKey key;
     key.Put(_T("v"), REG_BINARY, "x");
-    On registry(key);
+    OpenedRegistry registry(key);
     EXPECT_EQ(registry.Write(_T("v"), nullptr, 3), 0);
     EXPECT_EQ(Status(registry), (Statuses{ERROR_NOACCESS, 3, 3}));
     EXPECT_EQ(key.Shown(_T("v")), "3: 78");
@@ -264,7 +247,7 @@ TEST(RegistryBytes, NullWithALengthIsRefused) {
 
 TEST(RegistryBytes, AreReadFromAnyTypeAndSize) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     for (const size_t size : {size_t{1}, size_t{3}, size_t{1023}, size_t{1024}, size_t{1025}, size_t{1} << 20}) {
         for (const DWORD type : {DWORD{REG_BINARY}, DWORD{REG_SZ}, DWORD{77}}) {
             SCOPED_TRACE(std::to_string(type) + ": " + std::to_string(size));
@@ -286,7 +269,7 @@ TEST(RegistryBytes, AreReadFromAnyTypeAndSize) {
 TEST(RegistryBytes, EmptyValueSucceedsWithNull) {
     const TestKey key;
     key.Put(_T("v"), REG_SZ, "");
-    On registry(key);
+    OpenedRegistry registry(key);
     BYTE byte = 0;
     BYTE* data = &byte;
     UINT length = 9;
@@ -298,7 +281,7 @@ TEST(RegistryBytes, EmptyValueSucceedsWithNull) {
 
 TEST(RegistryBytes, MissingValueFailsWithNull) {
     const TestKey key;
-    On registry(key);
+    OpenedRegistry registry(key);
     BYTE byte = 0;
     BYTE* data = &byte;
     UINT length = 9;
@@ -311,7 +294,7 @@ TEST(RegistryBytes, MissingValueFailsWithNull) {
 TEST(RegistryBytes, NullTargetsAreRefused) {
     const TestKey key;
     key.Put(_T("v"), REG_BINARY, "x");
-    On registry(key);
+    OpenedRegistry registry(key);
     BYTE byte = 0;
     BYTE* data = &byte;
     EXPECT_EQ(registry.Read(_T("v"), &data, static_cast<UINT*>(nullptr)), 0);
@@ -326,7 +309,7 @@ TEST(RegistryBytes, NullTargetsAreRefused) {
 
 TEST(RegistryReadOnly, WritesNothingAndRecordsNothing) {
     const TestKey key;
-    On registry(key, 1);
+    OpenedRegistry registry(key, 1);
     registry.SetHKey(key.Handle());  // a key that could be written
     BYTE bytes[] = {1};
     EXPECT_EQ(registry.Write(_T("v"), _T("text")), 0);
@@ -340,7 +323,7 @@ TEST(RegistryReadOnly, WritesNothingAndRecordsNothing) {
 
 TEST(RegistryReadOnly, KeyOpenedForReadingRefusesWrites) {
     const TestKey key;
-    On registry(key, 1);
+    OpenedRegistry registry(key, 1);
     registry.m_bReadOnly = 0;
     EXPECT_EQ(registry.Write(_T("v"), _T("text")), 0);
     EXPECT_EQ(Status(registry), (Statuses{ERROR_ACCESS_DENIED, 1, 5}));

@@ -10,6 +10,9 @@
 
 namespace kvttest {
 
+/// Apart from the helpers of the same names by which the registry classes are tested.
+inline namespace registry_calls {
+
 /// HKEY_CURRENT_USER\Software\kvtfile-test\<name>, empty at the start and gone at the end.
 class TestKey {
 public:
@@ -78,5 +81,7 @@ LSTATUS DeleteTree(HKEY key, const CString& path);
 
 /// So many times the character.
 CString Repeated(WCHAR character, int count);
+
+}  // namespace registry_calls
 
 }  // namespace kvttest

@@ -77,6 +77,36 @@ static_assert(std::is_copy_assignable_v<CKey> && !std::is_copy_constructible_v<C
 static_assert(std::is_same_v<decltype(&GetRegKeyValue), int (*)(HKEY, LPCWSTR, CString&, LPCWSTR)>);
 static_assert(std::is_same_v<decltype(&SetRegKeyValue), int (*)(HKEY, LPCWSTR, CString, LPCWSTR)>);
 
+// --- CAD hosts ---------------------------------------------------------------------------------------------------
+
+static_assert(sizeof(ACADVER) == sizeof(int) && ACAD_R14 == 0 && ACAD_MAP6 == 7 && ACAD_2007 == 11 && ACAD_2022 == 26);
+static_assert(zqolecad::START_ACAD2000 == 2000 && zqolecad::START_ACAD2004 == 2004 && zqolecad::START_ACAD2022 == 2022);
+static_assert(std::is_same_v<decltype(&FConvertAcadVer), int (*)(ACADVER, zqolecad::START_ACADVER&)>);
+static_assert(std::is_same_v<decltype(&GetAcadRegKey), int (*)(CString&, ACADVER)>);
+static_assert(std::is_same_v<decltype(&GetAcadPath), int (*)(CString&, ACADVER)>);
+static_assert(std::is_same_v<decltype(&GetAcadR15CurVer), int (*)(CString&, ACADVER&, CString&)>);
+static_assert(std::is_same_v<decltype(&IsAcadR15CurVerChinese), int (*)()>);
+static_assert(std::is_same_v<decltype(GetAcadEnvPath(ACAD_2010, std::declval<CString&>())), int>);
+static_assert(std::is_same_v<decltype(GetAcadEnvPath(_T("R18.0"), std::declval<CString&>())), int>);
+static_assert(std::is_same_v<decltype(GetAcadR16RootFolder(std::declval<CString&>())), int>);
+static_assert(std::is_same_v<decltype(&GetAcadR17RootFolder), int (*)(CString, CString&)>);
+static_assert(std::is_same_v<decltype(&GetAcadR18LocalRootFolder), int (*)(CString, CString&)>);
+static_assert(std::is_same_v<decltype(&GetAcadSupportPath), int (*)(zqolecad::START_ACADVER, CString&)>);
+static_assert(std::is_same_v<decltype(&GetAcadTemplatePath), int (*)(zqolecad::START_ACADVER, CString&)>);
+static_assert(std::is_same_v<decltype(&GetDwgVersionTag), CString (*)(CString)>);
+static_assert(std::is_same_v<decltype(&IsR14CanOpen), bool (*)(CString)>);
+static_assert(std::is_same_v<decltype(GetZWcadPath(std::declval<CString&>(), CString())), int>);
+static_assert(std::is_same_v<decltype(GetZWcadPath(std::declval<CString&>(), CString(), CString())), int>);
+static_assert(std::is_same_v<decltype(&GetGScadPath), int (*)(CString&, CString)>);
+static_assert(std::is_same_v<decltype(&GetKeyListArray), int (*)(CString, CStringArray&)>);
+static_assert(
+    std::is_same_v<decltype(&CAutoLoadArx::AddAutoArx16), int (CAutoLoadArx::*)(CString, CStringArray&, CString, int)>);
+static_assert(std::is_same_v<decltype(&CAutoLoadArx::GetArxLoadCtrls), int (CAutoLoadArx::*)(CString, int&)>);
+static_assert(std::is_same_v<decltype(CAutoLoadArx::m_nAcadVer), ACADVER>);
+static_assert(std::is_same_v<decltype(&AddAppSupportPathToAcad), int (*)(CString)>);
+static_assert(std::is_same_v<decltype(&FGetCADCommonFilePath_SysLib2k), CString (*)()>);
+static_assert(std::is_same_v<decltype(&GetTelumWorkPath), CString (*)()>);
+
 // --- Platform ----------------------------------------------------------------------------------------------------
 
 using MessageBoxHandler = int (*)(LPCWSTR, UINT);

@@ -124,9 +124,12 @@ void RegistryDatabase::Open() {
         OpenInMemory();
         return;
     }
+    struct stat status;
+    if (::stat(m_path.c_str(), &status) == 0 && status.st_size > 0 && status.st_size < 512) {
+        throw RegistryError{ERROR_BADDB};  // SQLite would take it for an empty one
+    }
     const int code = OpenFile(m_path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
     if (code != SQLITE_OK) {
-        struct stat status;
         if ((code & 0xFF) == SQLITE_CANTOPEN && ::stat(m_path.c_str(), &status) != 0) {
             OpenInMemory();
             return;
@@ -134,20 +137,17 @@ void RegistryDatabase::Open() {
         Fail(code);
     }
     m_writable = sqlite3_db_readonly(m_database, "main") == 0;
-    try {
-        Number(kApplicationId);
-    } catch (const RegistryError& error) {
-        if (error.error != ERROR_ACCESS_DENIED) {
-            throw;
+    if (m_writable || HasLog()) {
+        try {
+            Number(kApplicationId);
+        } catch (const RegistryError& error) {
+            if (error.error != ERROR_ACCESS_DENIED) {
+                throw;
+            }
+            OpenWithoutLog();  // one cannot be made beside the file
         }
-        // The log cannot be kept beside the file. As nobody else can have one open either, the file is all there is.
-        Close();
-        m_writable = false;
-        m_immutable = true;
-        if (const int again = OpenFile(ReadOnlyUri(m_path), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
-            again != SQLITE_OK) {
-            Fail(again);
-        }
+    } else {
+        OpenWithoutLog();
     }
     if (!IsEmpty()) {
         CheckKind();
@@ -166,6 +166,21 @@ void RegistryDatabase::Open() {
     if (::stat(m_path.c_str(), &m_file) != 0) {
         Fail(SQLITE_BUSY);  // removed at this moment: once more
     }
+}
+
+// For a file that cannot be written: nothing is made beside it. As there is no log, the file is all there is.
+void RegistryDatabase::OpenWithoutLog() {
+    Close();
+    m_writable = false;
+    m_immutable = true;
+    if (const int code = OpenFile(ReadOnlyUri(m_path), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI); code != SQLITE_OK) {
+        Fail(code);
+    }
+}
+
+bool RegistryDatabase::HasLog() const {
+    struct stat status;
+    return ::stat((m_path + "-wal").c_str(), &status) == 0;
 }
 
 int RegistryDatabase::OpenFile(const std::string& name, int flags) {
@@ -249,9 +264,8 @@ bool RegistryDatabase::IsCurrent() const {
     if (!SameFile(now, m_file)) {
         return false;
     }
-    return !m_immutable ||
-           (now.st_size == m_file.st_size && now.st_mtim.tv_sec == m_file.st_mtim.tv_sec &&
-            now.st_mtim.tv_nsec == m_file.st_mtim.tv_nsec && ::stat((m_path + "-wal").c_str(), &now) != 0);
+    return !m_immutable || (now.st_size == m_file.st_size && now.st_mtim.tv_sec == m_file.st_mtim.tv_sec &&
+                            now.st_mtim.tv_nsec == m_file.st_mtim.tv_nsec && !HasLog());
 }
 
 unsigned RegistryDatabase::ContentVersion() const {

@@ -67,6 +67,8 @@ private:
     void Open();
     int OpenFile(const std::string& name, int flags);
     void OpenInMemory();
+    void OpenWithoutLog();
+    bool HasLog() const;
     static int WaitForOthers(void* self, int tries);
     void MakeTables();
     bool IsEmpty();

@@ -562,6 +562,100 @@ TEST(Win32RegistryKeys, ClassesRootShowsTheMachinesClasses) {
     EXPECT_EQ(OpenError(HKEY_CLASSES_ROOT, name, KEY_READ), kNotFound);
 }
 
+#ifndef _WIN32
+// Wine shows the machine's classes only.
+const CString kClasses = _T("Software\\Classes\\");
+
+class Win32RegistryClasses : public testing::Test {
+protected:
+    void SetUp() override { TearDown(); }
+    void TearDown() override {
+        for (const LPCWSTR name : {_T(".kvta"), _T(".kvtb"), _T(".kvtc")}) {
+            EXPECT_EQ(DeleteTree(HKEY_CURRENT_USER, kClasses + name), 0);
+            EXPECT_EQ(DeleteTree(HKEY_LOCAL_MACHINE, kClasses + name), 0);
+        }
+    }
+};
+
+TEST_F(Win32RegistryClasses, UsersKeyStandsOverTheMachines) {
+    SetBytes(Create(HKEY_LOCAL_MACHINE, kClasses + _T(".kvta")), _T(""), "machine");
+    EXPECT_EQ(GetValue(Open(HKEY_CLASSES_ROOT, _T(".kvta")), _T("")).bytes, "machine");
+    SetBytes(Create(HKEY_CURRENT_USER, kClasses + _T(".KVTA")), _T(""), "user");
+    const Handle merged = Open(HKEY_CLASSES_ROOT, _T(".kvta"));
+    EXPECT_EQ(GetValue(merged, _T("")).bytes, "user");
+    EXPECT_EQ(::RegDeleteValueW(merged, _T("")), 0);
+    EXPECT_EQ(GetValue(merged, _T("")).bytes, "machine");
+}
+
+TEST_F(Win32RegistryClasses, ListsShowBothAndEachNameOnce) {
+    const Handle machine = Create(HKEY_LOCAL_MACHINE, kClasses + _T(".kvta"));
+    const Handle user = Create(HKEY_CURRENT_USER, kClasses + _T(".kvta"));
+    for (const LPCWSTR name : {_T("b"), _T("d"), _T("same")}) {
+        Create(machine, name);
+        SetBytes(machine, name, "machine");
+    }
+    for (const LPCWSTR name : {_T("e"), _T("SAME"), _T("a")}) {
+        Create(user, name);
+        SetBytes(user, name, "user");
+    }
+    const Handle merged = Open(HKEY_CLASSES_ROOT, _T(".kvta"));
+    EXPECT_EQ(SubKeys(merged), (Strings{"a", "b", "d", "e", "SAME"}));
+    EXPECT_EQ(ValueNames(merged), (Strings{"e", "SAME", "a", "b", "d"}));
+    WCHAR name[20];
+    EXPECT_EQ(::RegEnumKeyW(merged, 3, name, 20), 0);
+    EXPECT_EQ(CString(name), CString(_T("e")));
+    DWORD length = 20;
+    EXPECT_EQ(::RegEnumValueW(merged, 4, name, &length, nullptr, nullptr, nullptr, nullptr), 0);
+    EXPECT_EQ(CString(name), CString(_T("d")));
+    DWORD sub_keys = 0, longest_sub_key = 0, values = 0, longest_name = 0, longest_value = 0;
+    EXPECT_EQ(::RegQueryInfoKeyW(merged, nullptr, nullptr, nullptr, &sub_keys, &longest_sub_key, nullptr, &values,
+                                 &longest_name, &longest_value, nullptr, nullptr),
+              0);
+    EXPECT_EQ(sub_keys, 5u);
+    EXPECT_EQ(longest_sub_key, 4u);
+    EXPECT_EQ(values, 5u);
+    EXPECT_EQ(longest_name, 4u);
+    EXPECT_EQ(longest_value, 7u);
+    EXPECT_EQ(GetValue(merged, _T("same")).bytes, "user");
+    EXPECT_EQ(GetValue(merged, _T("d")).bytes, "machine");
+}
+
+TEST_F(Win32RegistryClasses, ValuesGoToTheUsersKeyWhereThereIsOne) {
+    Create(HKEY_LOCAL_MACHINE, kClasses + _T(".kvta"));
+    Create(HKEY_LOCAL_MACHINE, kClasses + _T(".kvtb"));
+    Create(HKEY_CURRENT_USER, kClasses + _T(".kvtb"));
+    SetBytes(Open(HKEY_CLASSES_ROOT, _T(".kvta")), _T("v"), "1");
+    SetBytes(Open(HKEY_CLASSES_ROOT, _T(".kvtb")), _T("v"), "2");
+    EXPECT_EQ(GetValue(Open(HKEY_LOCAL_MACHINE, kClasses + _T(".kvta")), _T("v")).bytes, "1");
+    EXPECT_EQ(GetValue(Open(HKEY_CURRENT_USER, kClasses + _T(".kvtb")), _T("v")).bytes, "2");
+    EXPECT_EQ(GetValue(Open(HKEY_LOCAL_MACHINE, kClasses + _T(".kvtb")), _T("v")).error, kNotFound);
+    EXPECT_EQ(OpenError(HKEY_CURRENT_USER, kClasses + _T(".kvta")), kNotFound);
+}
+
+TEST_F(Win32RegistryClasses, NewKeysGoToTheMachine) {
+    Create(HKEY_CURRENT_USER, kClasses + _T(".kvtc"));
+    Create(HKEY_CLASSES_ROOT, _T(".kvta\\shell"));
+    Create(HKEY_CLASSES_ROOT, _T(".kvtc\\shell"));
+    Create(Open(HKEY_CLASSES_ROOT, _T(".kvtc")), _T("icon"));
+    EXPECT_EQ(OpenError(HKEY_LOCAL_MACHINE, kClasses + _T(".kvta\\shell")), 0);
+    EXPECT_EQ(OpenError(HKEY_LOCAL_MACHINE, kClasses + _T(".kvtc\\shell")), 0);
+    EXPECT_EQ(OpenError(HKEY_LOCAL_MACHINE, kClasses + _T(".kvtc\\icon")), 0);
+    EXPECT_EQ(OpenError(HKEY_CURRENT_USER, kClasses + _T(".kvta")), kNotFound);
+    EXPECT_EQ(OpenError(HKEY_CURRENT_USER, kClasses + _T(".kvtc\\shell")), kNotFound);
+    EXPECT_EQ(SubKeys(Open(HKEY_CLASSES_ROOT, _T(".kvtc"))), (Strings{"icon", "shell"}));
+}
+
+TEST_F(Win32RegistryClasses, DeleteTakesTheUsersKeyFirst) {
+    Create(HKEY_LOCAL_MACHINE, kClasses + _T(".kvta"));
+    Create(HKEY_CURRENT_USER, kClasses + _T(".kvta"));
+    EXPECT_EQ(::RegDeleteKeyW(HKEY_CLASSES_ROOT, _T(".kvta")), 0);
+    EXPECT_EQ(OpenError(HKEY_CURRENT_USER, kClasses + _T(".kvta")), kNotFound);
+    EXPECT_EQ(OpenError(HKEY_CLASSES_ROOT, _T(".kvta")), 0);
+    EXPECT_EQ(::RegDeleteKeyW(HKEY_CLASSES_ROOT, _T(".kvta")), 0);
+    EXPECT_EQ(::RegDeleteKeyW(HKEY_CLASSES_ROOT, _T(".kvta")), kNotFound);
+}
+#endif
+
 TEST(Win32RegistryKeys, FlushReturnsWhenAllIsOnTheDevice) {
     TestKey test;
     EXPECT_EQ(SetBytes(test.Key(), _T("x"), "1"), 0);

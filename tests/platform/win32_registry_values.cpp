@@ -153,12 +153,15 @@ TEST(Win32RegistryValues, NameOf16383CharactersIsTheLongest) {
 
 TEST(Win32RegistryValues, ANumberIsReadFromAnyTypeThatFits) {
     TestKey test;
-    EXPECT_EQ(SetBytes(test.Key(), _T("v"), "\x01\x02"s, REG_SZ), 0);
-    DWORD number = 0xFFFFFFFF;
-    DWORD size = sizeof number;
-    EXPECT_EQ(::RegQueryValueExW(test.Key(), _T("v"), nullptr, nullptr, reinterpret_cast<BYTE*>(&number), &size), 0);
-    EXPECT_EQ(number, 0xFFFF0201u);
-    EXPECT_EQ(size, 2u);
+    for (const DWORD type : {DWORD{REG_NONE}, DWORD{REG_BINARY}, DWORD{REG_QWORD}}) {
+        EXPECT_EQ(SetBytes(test.Key(), _T("v"), "\x01\x02"s, type), 0);
+        DWORD number = 0xFFFFFFFF;
+        DWORD size = sizeof number;
+        EXPECT_EQ(::RegQueryValueExW(test.Key(), _T("v"), nullptr, nullptr, reinterpret_cast<BYTE*>(&number), &size),
+                  0);
+        EXPECT_EQ(number, 0xFFFF0201u);
+        EXPECT_EQ(size, 2u);
+    }
 }
 
 TEST(Win32RegistryValues, ListGivesNamesTypesAndData) {

@@ -1,4 +1,5 @@
-// The registry against what it stands on: the same bare statements, prepared once, on a connection set up alike.
+// The registry against what it stands on: the same bare statements, prepared once, on a connection set up alike; and
+// against hivex, which reads the registry files of Windows in memory, where it is installed.
 //
 // Compare CPU as well as time: a shared machine stretches both alike. The rows "...Bare" write to and read from a copy
 // of the same tables with the same content.
@@ -17,6 +18,10 @@
 #include <vector>
 
 #include "kvtfile/types.h"
+
+#if defined(KVTFILE_BENCH_HIVEX)
+#include <hivex.h>
+#endif
 
 namespace {
 
@@ -355,6 +360,143 @@ BENCHMARK(WriteValuesBare)->Name("WriteValuesBare/again")->Arg(1)->Apply(Writing
 BENCHMARK(WriteValues)->Name("WriteValues/again")->Arg(1)->Apply(Writing);
 BENCHMARK(WriteValuesBare)->Name("WriteValuesBare/processes")->Arg(4)->Apply(Writing);
 BENCHMARK(WriteValues)->Name("WriteValues/processes")->Arg(4)->Apply(Writing);
+
+// ---- hivex ------------------------------------------------------------------------------------------------------
+
+#if defined(KVTFILE_BENCH_HIVEX)
+
+void Put(std::string& bytes, size_t at, uint64_t number, size_t size) {
+    for (size_t i = 0; i < size; ++i) {
+        bytes[at + i] = static_cast<char>(number >> (8 * i));
+    }
+}
+
+// A hive with an empty root key, to which hivex then adds.
+std::string EmptyHive() {
+    constexpr size_t kBin = 4096;
+    constexpr size_t kRoot = 0x20;
+    constexpr size_t kSecurity = kRoot + 88;
+    constexpr size_t kFree = kSecurity + 48;
+    std::string hive(2 * kBin, '\0');
+    hive.replace(0, 4, "regf");
+    Put(hive, 4, 1, 4);
+    Put(hive, 8, 1, 4);
+    Put(hive, 20, 1, 4);
+    Put(hive, 24, 5, 4);
+    Put(hive, 32, 1, 4);
+    Put(hive, 36, kRoot, 4);
+    Put(hive, 40, kBin, 4);
+    Put(hive, 44, 1, 4);
+    hive.replace(kBin, 4, "hbin");
+    Put(hive, kBin + 8, kBin, 4);
+    const size_t root = kBin + kRoot;
+    Put(hive, root, static_cast<uint64_t>(-88), 4);
+    hive.replace(root + 4, 2, "nk");
+    Put(hive, root + 6, 0x2C, 2);
+    for (const size_t none : {28, 32, 40, 48}) {
+        Put(hive, root + 4 + none, 0xFFFFFFFF, 4);
+    }
+    Put(hive, root + 4 + 44, kSecurity, 4);
+    Put(hive, root + 4 + 72, 1, 2);
+    hive[root + 4 + 76] = 'R';
+    const size_t security = kBin + kSecurity;
+    Put(hive, security, static_cast<uint64_t>(-48), 4);
+    hive.replace(security + 4, 2, "sk");
+    Put(hive, security + 8, kSecurity, 4);
+    Put(hive, security + 12, kSecurity, 4);
+    Put(hive, security + 16, 1, 4);
+    Put(hive, security + 20, 20, 4);
+    hive[security + 24] = 1;
+    Put(hive, security + 26, 0x8000, 2);
+    Put(hive, kBin + kFree, kBin - kFree, 4);
+    uint32_t sum = 0;
+    for (size_t at = 0; at < 508; at += 4) {
+        uint32_t number = 0;
+        hive.copy(reinterpret_cast<char*>(&number), 4, at);
+        sum ^= number;
+    }
+    Put(hive, 508, sum, 4);
+    return hive;
+}
+
+// The hive with what Fill makes, open for reading.
+hive_h* Hive() {
+    static hive_h* opened = nullptr;
+    if (!opened) {
+        const std::string path = std::string(std::getenv("KVTFILE_PREFIX")) + "/hive";
+        std::ofstream(path, std::ios::binary) << EmptyHive();
+        hive_h* hive = hivex_open(path.c_str(), HIVEX_OPEN_WRITE);
+        Check(hive != nullptr, "hivex_open");
+        const hive_node_h keys = hivex_node_add_child(hive, hivex_root(hive), "Keys");
+        const hive_node_h values = hivex_node_add_child(hive, hivex_root(hive), "Values");
+        std::vector<std::string> names;
+        std::vector<std::u16string> texts;
+        std::vector<hive_set_value> rows;
+        for (int i = 0; i < kMany; ++i) {
+            Check(hivex_node_add_child(hive, keys, ("k" + std::to_string(i)).c_str()) != 0, "hivex_node_add_child");
+            names.push_back("v" + std::to_string(i));
+            texts.push_back(Name("v", i));
+        }
+        for (size_t i = 0; i < names.size(); ++i) {
+            rows.push_back({names[i].data(), hive_t_REG_SZ, (texts[i].size() + 1) * sizeof(WCHAR),
+                            reinterpret_cast<char*>(texts[i].data())});
+        }
+        Check(hivex_node_set_values(hive, values, rows.size(), rows.data(), 0) == 0, "hivex_node_set_values");
+        Check(hivex_commit(hive, nullptr, 0) == 0, "hivex_commit");
+        hivex_close(hive);
+        opened = hivex_open(path.c_str(), 0);
+        Check(opened != nullptr, "hivex_open");
+    }
+    return opened;
+}
+
+void HivexOpenAndReadValue(benchmark::State& state) {
+    hive_h* hive = Hive();
+    int i = 0;
+    for (auto _ : state) {
+        const hive_node_h node = hivex_node_get_child(hive, hivex_root(hive), "Values");
+        const std::string name = "v" + std::to_string(i++ * 7919 % kMany);
+        hive_type type = hive_t_REG_NONE;
+        size_t size = 0;
+        char* data = hivex_value_value(hive, hivex_node_get_value(hive, node, name.c_str()), &type, &size);
+        Check(data != nullptr && size > 0, "hivex_value_value");
+        std::free(data);
+    }
+}
+BENCHMARK(HivexOpenAndReadValue)->Unit(benchmark::kMicrosecond);
+
+void HivexEnumerateSubKeys(benchmark::State& state) {
+    hive_h* hive = Hive();
+    for (auto _ : state) {
+        hive_node_h* children = hivex_node_children(hive, hivex_node_get_child(hive, hivex_root(hive), "Keys"));
+        int count = 0;
+        for (; children && children[count] != 0; ++count) {
+            std::free(hivex_node_name(hive, children[count]));
+        }
+        std::free(children);
+        Check(count == kMany, "hivex_node_children");
+    }
+}
+BENCHMARK(HivexEnumerateSubKeys)->Unit(benchmark::kMillisecond);
+
+void HivexEnumerateValues(benchmark::State& state) {
+    hive_h* hive = Hive();
+    for (auto _ : state) {
+        hive_value_h* values = hivex_node_values(hive, hivex_node_get_child(hive, hivex_root(hive), "Values"));
+        int count = 0;
+        for (; values && values[count] != 0; ++count) {
+            hive_type type = hive_t_REG_NONE;
+            size_t size = 0;
+            std::free(hivex_value_key(hive, values[count]));
+            std::free(hivex_value_value(hive, values[count], &type, &size));
+        }
+        std::free(values);
+        Check(count == kMany, "hivex_node_values");
+    }
+}
+BENCHMARK(HivexEnumerateValues)->Unit(benchmark::kMillisecond);
+
+#endif
 
 }  // namespace
 

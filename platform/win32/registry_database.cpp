@@ -9,6 +9,7 @@
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <new>
@@ -29,6 +30,8 @@ constexpr char kBegin[] = "BEGIN";
 constexpr char kBeginImmediate[] = "BEGIN IMMEDIATE";
 constexpr char kCommit[] = "COMMIT";
 constexpr char kRollback[] = "ROLLBACK";
+
+constinit std::atomic<std::uint64_t> g_connections = 0;
 
 DWORD ErrorOf(int code, int system_error) {
     switch (code & 0xFF) {
@@ -83,7 +86,7 @@ bool SameFile(const struct stat& one, const struct stat& other) {
 
 std::chrono::milliseconds RegistryDatabase::busy_limit{30000};
 
-RegistryDatabase::RegistryDatabase(const std::string& path) : m_path(path) {
+RegistryDatabase::RegistryDatabase(const std::string& path) : m_path(path), m_connection(++g_connections) {
     const auto start = std::chrono::steady_clock::now();
     if (!m_path.empty()) {
         MakeFolders(ParentOf(m_path));
@@ -268,10 +271,10 @@ bool RegistryDatabase::IsCurrent() const {
                             now.st_mtim.tv_nsec == m_file.st_mtim.tv_nsec && !HasLog());
 }
 
-unsigned RegistryDatabase::ContentVersion() const {
+std::uint64_t RegistryDatabase::ContentVersion() const {
     unsigned version = 0;
     sqlite3_file_control(m_database, "main", SQLITE_FCNTL_DATA_VERSION, &version);
-    return version;
+    return m_connection << 32 | version;
 }
 
 void RegistryDatabase::Flush() {

@@ -45,8 +45,9 @@ public:
     /// The file; number 0 for a store in memory.
     const struct stat& File() const { return m_file; }
 
-    /// A number that changes whenever a statement sees content that an earlier one did not see.
-    unsigned ContentVersion() const;
+    /// A number that changes whenever a statement sees content that an earlier one, of any connection of the process,
+    /// did not see.
+    std::uint64_t ContentVersion() const;
 
     /// Returns when all that was committed is on the storage device.
     void Flush();
@@ -82,7 +83,8 @@ private:
     std::chrono::steady_clock::time_point m_wait_start;
     bool m_writable = false;
     bool m_immutable = false;
-    struct stat m_file = {};  // st_ino is 0 for a store in memory
+    std::uint64_t m_connection;  // counts those of the process
+    struct stat m_file = {};     // st_ino is 0 for a store in memory
 };
 
 /// A statement in use: bound, stepped through, and ready for the next use at the end.

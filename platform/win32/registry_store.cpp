@@ -193,7 +193,7 @@ DWORD RemoveKey(RegistryDatabase& database, std::int64_t key) {
 }
 
 bool SubKeyAt(RegistryDatabase& database, const KeyView& view, DWORD index, WalkPosition& walk, SubKey& result) {
-    const unsigned content = database.ContentVersion();
+    const std::uint64_t content = database.ContentVersion();
     bool found = false;
     if (walk.valid && walk.content == content && walk.index + 1 == index) {
         found = NextSubKey(database, view, walk.fold, result);
@@ -307,7 +307,7 @@ bool RemoveValue(RegistryDatabase& database, std::int64_t key, std::u16string_vi
 }
 
 bool ValueAt(RegistryDatabase& database, const KeyView& view, DWORD index, WalkPosition& walk, ValueEntry& result) {
-    const unsigned content = database.ContentVersion();
+    const std::uint64_t content = database.ContentVersion();
     bool found = false;
     bool in_under = false;
     if (walk.valid && walk.content == content && walk.index + 1 == index) {

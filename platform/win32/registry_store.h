@@ -30,7 +30,7 @@ struct KeyView {
 struct WalkPosition {
     bool valid = false;
     DWORD index = 0;
-    unsigned content = 0;
+    std::uint64_t content = 0;
     std::string fold;           ///< Of the sub-key at the index.
     bool in_under = false;      ///< The value at the index is one of KeyView::under.
     std::int64_t position = 0;  ///< Of the value at the index.

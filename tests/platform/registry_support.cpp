@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace kvttest::registry_calls {
+namespace kvttest::registry {
 
 TestKey::TestKey() {
     const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
@@ -124,4 +124,4 @@ CString Repeated(WCHAR character, int count) {
     return CString(character, count);
 }
 
-}  // namespace kvttest::registry_calls
+}  // namespace kvttest::registry

@@ -8,10 +8,7 @@
 
 #include "tests/support/support.h"
 
-namespace kvttest {
-
-/// Apart from the helpers of the same names by which the registry classes are tested.
-inline namespace registry_calls {
+namespace kvttest::registry {
 
 /// HKEY_CURRENT_USER\Software\kvtfile-test\<name>, empty at the start and gone at the end.
 class TestKey {
@@ -82,6 +79,4 @@ LSTATUS DeleteTree(HKEY key, const CString& path);
 /// So many times the character.
 CString Repeated(WCHAR character, int count);
 
-}  // namespace registry_calls
-
-}  // namespace kvttest
+}  // namespace kvttest::registry

@@ -6,7 +6,8 @@
 
 namespace {
 
-using namespace kvttest;
+using namespace kvttest::registry;
+using kvttest::Utf8;
 using Strings = std::vector<std::string>;
 
 constexpr LSTATUS kNotFound = ERROR_FILE_NOT_FOUND;

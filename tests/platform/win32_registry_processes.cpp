@@ -19,7 +19,8 @@
 
 namespace {
 
-using namespace kvttest;
+using namespace kvttest::registry;
+using kvttest::Wide;
 
 // Runs work in a child; its result is the exit code.
 pid_t InChild(const std::function<int()>& work) {

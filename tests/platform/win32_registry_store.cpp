@@ -17,7 +17,9 @@
 
 namespace {
 
-using namespace kvttest;
+using namespace kvttest::registry;
+using kvttest::Hex;
+
 namespace fs = std::filesystem;
 
 std::string StorePath() {

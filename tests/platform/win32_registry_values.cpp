@@ -6,7 +6,8 @@
 
 namespace {
 
-using namespace kvttest;
+using namespace kvttest::registry;
+using kvttest::Utf8;
 using namespace std::string_literals;
 using Strings = std::vector<std::string>;
 

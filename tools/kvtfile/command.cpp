@@ -47,7 +47,7 @@ CLI::App* AddVerb(CLI::App& family, const char* name, const char* description, c
 }
 
 int Run(std::vector<std::string> arguments) {
-    CLI::App app("Reads and changes settings, XML and INI files.", "kvtfile");
+    CLI::App app("Reads and changes settings, XML and INI files and the registry.", "kvtfile");
     // An element path begins with "/" on every target.
     app.allow_windows_style_options(false);
     app.set_version_flag("--version", "kvtfile " KVTFILE_VERSION);
@@ -56,6 +56,7 @@ int Run(std::vector<std::string> arguments) {
     AddXmlVerbs(app);
     AddCfgVerbs(app);
     AddIniVerbs(app);
+    AddRegVerbs(app);
     try {
         std::reverse(arguments.begin(), arguments.end());
         app.parse(std::move(arguments));

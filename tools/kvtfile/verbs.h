@@ -11,6 +11,7 @@ void AddXmlConvert(CLI::App& xml);
 void AddCfgVerbs(CLI::App& command);
 void AddCfgMerge(CLI::App& cfg);
 void AddIniVerbs(CLI::App& command);
+void AddRegVerbs(CLI::App& command);
 
 /// A verb with its examples, which `--help` shows.
 CLI::App* AddVerb(CLI::App& family, const char* name, const char* description, const char* examples);

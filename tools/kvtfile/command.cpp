@@ -47,7 +47,9 @@ CLI::App* AddVerb(CLI::App& family, const char* name, const char* description, c
 }
 
 int Run(std::vector<std::string> arguments) {
-    CLI::App app("Reads and changes settings, XML and INI files and the registry.", "kvtfile");
+    CLI::App app(
+        "Reads and changes settings, XML and INI files and the registry, and registers add-ons with CAD hosts.",
+        "kvtfile");
     // An element path begins with "/" on every target.
     app.allow_windows_style_options(false);
     app.set_version_flag("--version", "kvtfile " KVTFILE_VERSION);
@@ -57,6 +59,9 @@ int Run(std::vector<std::string> arguments) {
     AddCfgVerbs(app);
     AddIniVerbs(app);
     AddRegVerbs(app);
+    AddHostVerbs(app);
+    AddArxVerbs(app);
+    AddSupportPathVerbs(app);
     try {
         std::reverse(arguments.begin(), arguments.end());
         app.parse(std::move(arguments));

@@ -31,35 +31,6 @@ struct Options {
     bool NamesValue() const { return valueGiven || defaultValue; }
 };
 
-std::string ShownName(const CString& name) {
-    return name.IsEmpty() ? "(default)" : Utf8(name);
-}
-
-/// Visits a key and, when asked to, everything beneath it, keys before what is in them. No recursion: the registry may
-/// be deep.
-template <class Visit>
-void ForEachKey(const KeyPath& path, bool recursive, Visit visit) {
-    std::vector<KeyPath> ahead = {path};
-    while (!ahead.empty()) {
-        const KeyPath at = ahead.back();
-        ahead.pop_back();
-        OpenKey key;
-        if (!key.TryOpen(at, KEY_READ)) {
-            if (at.path == path.path) {
-                key.Open(at, KEY_READ);
-            }
-            continue;  // deleted since it was listed
-        }
-        const std::vector<CString> names = key.KeyNames();
-        visit(at, key, names);
-        if (recursive) {
-            for (size_t i = names.size(); i-- > 0;) {
-                ahead.push_back(at.Child(names[i]));
-            }
-        }
-    }
-}
-
 // ---- verbs
 
 void QueryValue(const Options& options) {
@@ -97,7 +68,7 @@ void Query(const Options& options) {
                        if (options.json) {
                            values.push_back(ValueJson(value));
                        } else {
-                           Print(ShownName(value.name) + " = " + TypeName(value.type) + " " + ShownData(value));
+                           Print(ShownValue(value));
                        }
                    }
                    if (options.json) {

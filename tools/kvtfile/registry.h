@@ -59,6 +59,30 @@ private:
     std::string m_shown;
 };
 
+/// Visits a key and, when asked to, everything beneath it: `visit(path, key, namesOfItsKeys)`, a key before what is in
+/// it. No recursion: the registry may be deep. A failure when the first key is not there.
+template <class Visit>
+void ForEachKey(const KeyPath& path, bool recursive, Visit visit) {
+    std::vector<KeyPath> ahead = {path};
+    for (bool first = true; !ahead.empty(); first = false) {
+        const KeyPath at = ahead.back();
+        ahead.pop_back();
+        OpenKey key;
+        if (first) {
+            key.Open(at, KEY_READ);
+        } else if (!key.TryOpen(at, KEY_READ)) {
+            continue;  // deleted since it was listed
+        }
+        const std::vector<CString> names = key.KeyNames();
+        visit(at, key, names);
+        if (recursive) {
+            for (size_t i = names.size(); i-- > 0;) {
+                ahead.push_back(at.Child(names[i]));
+            }
+        }
+    }
+}
+
 /// Deletes a key with everything beneath it; false when there is none.
 bool DeleteTree(const KeyPath& path);
 
@@ -67,6 +91,10 @@ std::string TypeName(DWORD type);
 /// The type of a name, with or without "REG_" and without regard to case; false when there is none.
 bool ParseType(const std::string& name, DWORD& type);
 
+/// A value's name as messages show it.
+std::string ShownName(const CString& name);
+/// "Width = REG_DWORD 800".
+std::string ShownValue(const RegFileValue& value);
 /// The data as one text: texts as they are (lines of REG_MULTI_SZ parted by "\n"), numbers in decimal, anything else in
 /// hexadecimal digits.
 std::string PlainData(const RegFileValue& value);

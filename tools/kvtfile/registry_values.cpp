@@ -192,6 +192,14 @@ bool ParseType(const std::string& name, DWORD& type) {
     return false;
 }
 
+std::string ShownName(const CString& name) {
+    return name.IsEmpty() ? "(default)" : Utf8(name);
+}
+
+std::string ShownValue(const RegFileValue& value) {
+    return ShownName(value.name) + " = " + TypeName(value.type) + " " + ShownData(value);
+}
+
 std::string PlainData(const RegFileValue& value) {
     const Json data = TypedData(value);
     if (data.is_string()) {

@@ -1,0 +1,358 @@
+// kvtfile arx add, remove, status: add-ons that an AutoCAD release loads by itself.
+
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "kvtfile/AutoLoadArx.h"
+#include "tools/kvtfile/registry.h"
+#include "tools/kvtfile/releases.h"
+#include "tools/kvtfile/verbs.h"
+
+namespace kvtcommand {
+
+namespace {
+
+using kvtfile::CAutoLoadArx;
+
+struct Options {
+    std::string app;
+    std::string release;
+    std::string folder;
+    std::string module;
+    std::string group;
+    std::string softKey;
+    std::vector<std::string> commands;
+    std::vector<std::string> load;
+    bool moduleGiven = false;
+    bool dryRun = false;
+    bool json = false;
+};
+
+/// What the host does with an application, by the bits of "LoadCtrls".
+struct LoadControl {
+    int bit;
+    const char* name;
+    const char* meaning;
+};
+
+constexpr LoadControl kLoadControls[] = {
+    {0x01, "proxy", "when a drawing holds its objects"},
+    {0x02, "startup", "when the host starts"},
+    {0x04, "command", "when one of its commands is called"},
+    {0x08, "request", "when the user or another application asks for it"},
+    {0x10, "never", "never"},
+    {0x20, "transparent", "without being shown"},
+};
+
+/// "0x06: when the host starts; when one of its commands is called".
+std::string SpelledOut(int controls) {
+    CString number;
+    number.Format(_T("0x%02x"), controls);
+    std::string text = Utf8(number);
+    const char* separator = ": ";
+    int rest = controls;
+    for (const LoadControl& control : kLoadControls) {
+        if ((controls & control.bit) != 0) {
+            text += separator + std::string(control.meaning);
+            separator = "; ";
+            rest &= ~control.bit;
+        }
+    }
+    if (rest != 0) {
+        number.Format(_T("%sunknown 0x%x"), static_cast<LPCWSTR>(Wide(separator)), rest);
+        text += Utf8(number);
+    }
+    return text;
+}
+
+Json Names(int controls) {
+    Json names = Json::array();
+    for (const LoadControl& control : kLoadControls) {
+        if ((controls & control.bit) != 0) {
+            names.push_back(control.name);
+        }
+    }
+    return names;
+}
+
+int ParseControls(const std::vector<std::string>& words) {
+    int controls = 0;
+    for (const std::string& word : words) {
+        int bit = 0;
+        for (const LoadControl& control : kLoadControls) {
+            if (word == control.name) {
+                bit = control.bit;
+            }
+        }
+        if (bit == 0) {
+            throw Failure(exitUsage, "there is no load control '" + word + "'",
+                          "Give proxy, startup, command, request, never or transparent.");
+        }
+        controls |= bit;
+    }
+    return controls;
+}
+
+/// The registration of a release, found and ready; a failure when the release is not installed.
+class Registration : public CAutoLoadArx {
+public:
+    explicit Registration(const Options& options) : m_options(options) {
+        if (options.app.empty() || options.app.find('\\') != std::string::npos) {
+            throw Failure(exitUsage, "'" + options.app + "' is no application name",
+                          "Give a name without backslashes.");
+        }
+        if (SetAcadVer(ParseRelease(options.release)) == 0 || m_strAcadRegKey.IsEmpty()) {
+            throw Failure(
+                exitRefused, "the release " + options.release + " is not installed",
+                "'kvtfile host list' lists the installed hosts. Registering needs the right to write their keys.");
+        }
+        if (!options.softKey.empty()) {
+            SetSoftRegKey(Backslashed(options.softKey));
+        }
+        SetAppInstallPath(options.folder.empty() ? CString() : Backslashed(options.folder));
+        m_app = Wide(options.app);
+        m_app.TrimLeft();
+        m_app.TrimRight();
+    }
+
+    const CString& App() const { return m_app; }
+    KeyPath HostKey() {
+        CString path;
+        GetAppRegPath(path, m_app);
+        return MachineKey(path);
+    }
+    KeyPath MakerKey() const { return MachineKey(m_strSoftRegKey + m_app); }
+
+    /// Whether everything stands under the host's entry, as from R16 on, and not under the maker's key.
+    bool HasOwnLayout() const {
+        return m_options.moduleGiven || (m_nAcadVer >= kvtfile::ACAD_2004 && m_nAcadVer <= kvtfile::ACAD_2006) ||
+               (m_nAcadVer >= kvtfile::ACAD_2007 && m_nAcadVer <= kvtfile::ACAD_2020);
+    }
+
+    int Add(CStringArray& commands, int controls) {
+        const CString group = Wide(m_options.group);
+        return m_options.moduleGiven ? AddAutoArx(m_app, Wide(m_options.module), commands, group, controls)
+                                     : AddAutoArx(m_app, commands, group, controls);
+    }
+
+private:
+    static CString Backslashed(const std::string& text) {
+        CString path = Wide(text);
+        return path.Right(1) == _T("\\") ? path : path + _T("\\");
+    }
+
+    static KeyPath MachineKey(const CString& path) {
+        KeyPath key;
+        key.root = HKEY_LOCAL_MACHINE;
+        key.rootName = _T("HKEY_LOCAL_MACHINE");
+        key.path = path;
+        return key;
+    }
+
+    const Options& m_options;
+    CString m_app;
+};
+
+bool IsThere(const KeyPath& path) {
+    OpenKey key;
+    return key.TryOpen(path, KEY_READ);
+}
+
+/// Everything of an application's two keys.
+std::vector<RegFileKey> Snapshot(Registration& registration) {
+    std::vector<RegFileKey> keys;
+    const auto add = [&keys](const KeyPath& path, const OpenKey& key, const std::vector<CString>&) {
+        keys.push_back({path.Full(), false, key.Values()});
+    };
+    for (const KeyPath& path : {registration.HostKey(), registration.MakerKey()}) {
+        if (IsThere(path)) {
+            ForEachKey(path, true, add);
+        }
+    }
+    return keys;
+}
+
+void PrintKeys(const std::vector<RegFileKey>& keys) {
+    for (const RegFileKey& key : keys) {
+        Print("[" + Utf8(key.path) + "]");
+        for (const RegFileValue& value : key.values) {
+            Print(ShownValue(value));
+        }
+    }
+}
+
+// ---- what a registration writes
+
+RegFileValue TextValue(const CString& name, const CString& text) {
+    return {name, REG_SZ, ParseData(REG_SZ, {Utf8(text)}), false};
+}
+
+/// A key of names that stand for themselves; none when there are no names.
+void AddNames(std::vector<RegFileKey>& keys, const CString& path, const std::vector<std::string>& names) {
+    if (names.empty()) {
+        return;
+    }
+    RegFileKey key{path, false, {}};
+    for (const std::string& given : names) {
+        CString name = Wide(given);
+        name.TrimLeft();
+        name.TrimRight();
+        key.values.push_back(TextValue(name, name));
+    }
+    keys.push_back(key);
+}
+
+/// What `Add` would write, in the order in which `Status` shows it.
+std::vector<RegFileKey> Plan(Registration& registration, const Options& options, int controls) {
+    const CString host = registration.HostKey().Full();
+    const CString maker = registration.MakerKey().Full();
+    const std::vector<std::string> groups =
+        options.group.empty() ? std::vector<std::string>() : std::vector<std::string>{options.group};
+    const CString module = options.moduleGiven ? Wide(options.module) : registration.App();
+    const CString file = registration.m_strAppInstallPath + module + _T(".arx");
+    std::vector<RegFileKey> keys = {
+        {host, false, {{_T("LoadCtrls"), REG_DWORD, ParseData(REG_DWORD, {std::to_string(controls)}), false}}}};
+    if (registration.HasOwnLayout()) {
+        keys[0].values.push_back(TextValue(_T("Loader"), file));
+        AddNames(keys, host + _T("\\Commands"), options.commands);
+        AddNames(keys, host + _T("\\Groups"), groups);
+        return keys;
+    }
+    keys[0].values.push_back(TextValue(_T("REGPATH"), _T("\\\\") + maker));
+    keys.push_back({maker, false, {}});
+    AddNames(keys, maker + _T("\\Commands"), options.commands);
+    AddNames(keys, maker + _T("\\Groups"), groups);
+    keys.push_back({maker + _T("\\Loader"), false, {TextValue(_T("MODULE"), file)}});
+    keys.push_back({maker + _T("\\Name"), false, {TextValue(_T("Name"), registration.App())}});
+    return keys;
+}
+
+// ---- verbs
+
+void Add(const Options& options) {
+    const int controls = ParseControls(options.load);
+    Registration registration(options);
+    CStringArray commands;
+    for (const std::string& command : options.commands) {
+        commands.Add(Wide(command));
+    }
+    if (options.dryRun) {
+        PrintKeys(Plan(registration, options, controls));
+        return;
+    }
+    registration.Add(commands, controls);
+    int written = 0;
+    if (registration.GetArxLoadCtrls(registration.App(), written) == 0 || written != controls) {
+        throw Failure(exitRefused, registration.HostKey().Shown() + ": the registration could not be written",
+                      "Writing the machine's keys needs the right to do so.");
+    }
+    Print(registration.HostKey().Shown() + ": registered");
+    Print("  loaded " + SpelledOut(controls));
+}
+
+void Remove(const Options& options) {
+    Registration registration(options);
+    const KeyPath hostKey = registration.HostKey();
+    const KeyPath makerKey = registration.MakerKey();
+    if (!IsThere(hostKey)) {
+        throw Failure(exitRefused, hostKey.Shown() + ": not registered; nothing was deleted",
+                      "'kvtfile arx status' tells what is registered.");
+    }
+    const bool makerToo = IsThere(makerKey);
+    if (!options.dryRun) {
+        registration.DelAutoArx(registration.App());
+        if (IsThere(hostKey) || IsThere(makerKey)) {
+            throw Failure(exitRefused, hostKey.Shown() + ": the registration could not be deleted",
+                          "Writing the machine's keys needs the right to do so.");
+        }
+    }
+    const char* what = options.dryRun ? ": would be deleted" : ": deleted";
+    Print(hostKey.Shown() + what);
+    if (makerToo) {
+        Print(makerKey.Shown() + what);
+    }
+}
+
+void Status(const Options& options) {
+    Registration registration(options);
+    const std::vector<RegFileKey> keys = Snapshot(registration);
+    int controls = 0;
+    if (registration.GetArxLoadCtrls(registration.App(), controls) == 0) {
+        throw Failure(exitRefused, registration.HostKey().Shown() + ": not registered",
+                      "'kvtfile arx add' registers an application.");
+    }
+    if (!options.json) {
+        PrintKeys(keys);
+        Print("loaded " + SpelledOut(controls));
+        return;
+    }
+    Json list = Json::array();
+    for (const RegFileKey& key : keys) {
+        Json values = Json::array();
+        for (const RegFileValue& value : key.values) {
+            values.push_back(ValueJson(value));
+        }
+        list.push_back({{"key", Utf8(key.path)}, {"values", values}});
+    }
+    PrintJson(Json{{"application", Utf8(registration.App())},
+                   {"hostKey", registration.HostKey().Shown()},
+                   {"loadControls", controls},
+                   {"loaded", Names(controls)},
+                   {"keys", list}});
+}
+
+// ---- the command line
+
+using Verb = void (*)(const Options&);
+
+struct AddedVerb {
+    CLI::App* verb;
+    std::shared_ptr<Options> options;
+};
+
+AddedVerb AddArxVerb(CLI::App& arx, const char* name, const char* description, const char* examples, Verb run) {
+    CLI::App* verb = AddVerb(arx, name, description, examples);
+    auto options = std::make_shared<Options>();
+    verb->add_option("APP", options->app, "The application's name")->required();
+    verb->add_option("--release", options->release, kReleaseHelp)->required();
+    verb->add_option("--maker-key", options->softKey,
+                     "The maker's key below HKEY_LOCAL_MACHINE (Software\\orva\\apps)");
+    verb->callback([options, run, verb] {
+        options->moduleGiven = verb->get_option_no_throw("--module") != nullptr && verb->count("--module") != 0;
+        run(*options);
+    });
+    return {verb, options};
+}
+
+}  // namespace
+
+void AddArxVerbs(CLI::App& command) {
+    CLI::App* arx = command.add_subcommand("arx", "Register add-ons that AutoCAD loads by itself");
+    arx->require_subcommand(1);
+    {
+        const AddedVerb added = AddArxVerb(
+            *arx, "add", "Register an application",
+            "  kvtfile arx add Walls --release 2010 --folder 'C:\\Walls\\' --load command --command WALL", Add);
+        added.verb->add_option("--folder", added.options->folder, "The folder of the modules")->required();
+        added.verb->add_option("--module", added.options->module,
+                               "The module's file name without .arx (the application's)");
+        added.verb->add_option("--group", added.options->group, "The group of its commands");
+        added.verb->add_option("--command", added.options->commands, "A command; may be repeated");
+        added.verb->add_option(
+            "--load", added.options->load,
+            "When it is loaded: proxy, startup, command, request, never, transparent; may be repeated");
+        added.verb->add_flag("--dry-run", added.options->dryRun, "Print what would be written, and write nothing");
+    }
+    {
+        const AddedVerb added = AddArxVerb(*arx, "remove", "Remove an application's registration",
+                                           "  kvtfile arx remove Walls --release 2010", Remove);
+        added.verb->add_flag("--dry-run", added.options->dryRun, "Say what would be deleted, and delete nothing");
+    }
+    {
+        const AddedVerb added = AddArxVerb(*arx, "status", "Show an application's registration",
+                                           "  kvtfile arx status Walls --release 2010 --json", Status);
+        added.verb->add_flag("--json", added.options->json, "Print JSON");
+    }
+}
+
+}  // namespace kvtcommand

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The main job on real input, step by step: an installed settings file is opened through its working copy, changed, and
-# takes in what a newer installed file brings; then XML documents that others wrote are edited in one place. Every step
-# is checked; the script fails when one does not hold. It installs the packages it needs, builds in build/demo, and works
+# takes in what a newer installed file brings; XML documents that others wrote are edited in one place; an add-on is
+# registered with a CAD host, on sample registries. Every step is checked; the script fails when one does not hold. It installs the packages it needs, builds in build/demo, and works
 # in a folder of its own.
 #
 #   scripts/demo.sh
@@ -172,5 +172,44 @@ group=/oor:data/oor:component-schema/component/group
 expect "the property is the one meant" ConnectTimeout \
     "$("$work/kvtfile" xml get "$registry" "$group/prop[$number]" --attrib oor:name)"
 edit "$registry" "$group/prop[$number]/value" 20 45
+
+# ---- hosts and add-ons
+
+step "CAD hosts: three registries, as other machines exported them, are taken in"
+samples="$here/tests/data/registry"
+cd "$work"
+for name in r15 acad2020 zwcad; do
+    for half in machine user; do
+        cp "$samples/$name-$half.reg" .
+        run reg import "$name-$half.reg"
+    done
+done
+run host list
+expect "the current AutoCAD 2020 was found" 'C:\Program Files\Autodesk\AutoCAD 2020\' \
+    "$("$work/kvtfile" host list | grep -A 3 '^AutoCAD 2020' | sed -n 's/^  folder    //p')"
+run reg export 'HKLM\SOFTWARE\ZWSOFT' zwsoft.reg
+cmp zwsoft.reg zwcad-machine.reg || fail "the export differs from what was imported"
+say "checked: exported again, the file is the one that was imported, byte for byte"
+
+step "An add-on is registered with AutoCAD 2020"
+add=(arx add Walls --release 2020 --folder 'C:\Walls' --group WALLS --command WALL --command DOOR --load command)
+run "${add[@]}" --dry-run | tee "$work/foreseen"
+[ "$("$work/kvtfile" arx status Walls --release 2020 2>/dev/null)" = "" ] || fail "the dry run wrote something"
+say "checked: the dry run wrote nothing"
+run "${add[@]}"
+run arx status Walls --release 2020 | tee "$work/status"
+expect "what was written is what the dry run told" "$(grep -v '^\$' "$work/foreseen")" \
+    "$(grep -v '^\$\|^loaded' "$work/status")"
+run arx remove Walls --release 2020
+
+step "Its folder goes to the front of the support search path of AutoCAD 2002"
+run support-path list
+before=$("$work/kvtfile" support-path list)
+run support-path add 'C:\Walls\Support'
+run support-path list
+expect "no folder was lost" 'c:\walls\support
+'"$before" "$("$work/kvtfile" support-path list)"
+run support-path remove 'C:\Walls\Support'
+expect "removed, the search path is the one it was" "$before" "$("$work/kvtfile" support-path list)"
 
 printf '\nAll steps hold.\n'

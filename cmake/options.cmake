@@ -16,6 +16,10 @@ if(MSVC)
 else()
     target_compile_options(kvtfile_build_flags INTERFACE -Wall -Wextra -Wconversion -Wshadow -Werror)
 endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT WIN32)
+    # A library with a symbol of this kind is never unloaded.
+    target_compile_options(kvtfile_build_flags INTERFACE -fno-gnu-unique)
+endif()
 
 if(KVTFILE_SANITIZE)
     add_compile_options(-fsanitize=${KVTFILE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)

@@ -43,7 +43,7 @@ report() {  # name, passed, failed
 
 check_format() {
     local bad
-    bad=$(find include platform xml files config tools tests bench examples -name '*.cpp' -o -name '*.h' | sort |
+    bad=$(find . -path ./build -prune -o \( -name '*.cpp' -o -name '*.h' \) -print | sort |
         xargs clang-format --dry-run 2>&1 | grep -c 'warning:' || true)
     if [ "$bad" -eq 0 ]; then report format 1 0; else
         echo "format: $bad places differ from .clang-format (run clang-format -i on the files you changed)"

@@ -41,21 +41,13 @@ CString WithBackslash(CString folder) {
     return folder;
 }
 
-std::vector<CString> KeyNames(HKEY hive, LPCWSTR hiveName, const CString& path) {
+std::vector<CString> KeyNames(HKEY hive, const CString& path) {
     KeyPath key;
     key.root = hive;
-    key.rootName = hiveName;
+    key.rootName = hive == HKEY_LOCAL_MACHINE ? _T("HKEY_LOCAL_MACHINE") : _T("HKEY_CURRENT_USER");
     key.path = path;
     OpenKey open;
     return open.TryOpen(key, KEY_READ) ? open.KeyNames() : std::vector<CString>();
-}
-
-std::vector<CString> MachineKeyNames(const CString& path) {
-    return KeyNames(HKEY_LOCAL_MACHINE, _T("HKEY_LOCAL_MACHINE"), path);
-}
-
-std::vector<CString> UserKeyNames(const CString& path) {
-    return KeyNames(HKEY_CURRENT_USER, _T("HKEY_CURRENT_USER"), path);
 }
 
 void FillUserFolders(Host& host, const CString& root) {
@@ -69,10 +61,10 @@ void FillUserFolders(Host& host, const CString& root) {
 /// templates beside the program, the others below the user's roamable root folder.
 void AddAutocadHosts(std::vector<Host>& hosts) {
     const CString autocad = _T("Software\\Autodesk\\AutoCAD");
-    for (const CString& release : MachineKeyNames(autocad)) {
+    for (const CString& release : KeyNames(HKEY_LOCAL_MACHINE, autocad)) {
         const CString releaseKey = autocad + _T("\\") + release;
         const CString current = Read(HKEY_CURRENT_USER, releaseKey, _T("CurVer"));
-        for (const CString& product : MachineKeyNames(releaseKey)) {
+        for (const CString& product : KeyNames(HKEY_LOCAL_MACHINE, releaseKey)) {
             Host host;
             host.family = "AutoCAD";
             host.key = releaseKey + _T("\\") + product;
@@ -92,50 +84,17 @@ void AddAutocadHosts(std::vector<Host>& hosts) {
     }
 }
 
-/// ZWCAD: products of a release under the machine hive; the user hive tells which of them is in use.
-void AddZwcadHosts(std::vector<Host>& hosts) {
-    const CString zwsoft = _T("Software\\ZWSOFT");
-    for (const CString& product : MachineKeyNames(zwsoft)) {
-        if (product.Left(5).CompareNoCase(_T("ZWCAD")) != 0) {
-            continue;
-        }
-        for (const CString& release : MachineKeyNames(zwsoft + _T("\\") + product)) {
-            const CString releaseKey = zwsoft + _T("\\") + product + _T("\\") + release;
-            const CString current = Read(HKEY_CURRENT_USER, releaseKey, _T("CurVer"));
-            for (const CString& language : MachineKeyNames(releaseKey)) {
-                Host host;
-                host.family = "ZWCAD";
-                host.key = releaseKey + _T("\\") + language;
-                host.folder = WithBackslash(Read(HKEY_LOCAL_MACHINE, host.key, _T("Location")));
-                if (host.folder.IsEmpty()) {
-                    continue;
-                }
-                host.product = product;
-                host.release = release;
-                host.language = language;
-                host.current = current.CompareNoCase(language) == 0;
-                host.profile = Read(HKEY_CURRENT_USER, host.key + _T("\\Profiles"), _T(""));
-                hosts.push_back(host);
-            }
-        }
-    }
-}
-
-/// GstarCAD: all of it stands under the user hive.
-void AddGstarcadHosts(std::vector<Host>& hosts) {
-    const CString gstarcad = _T("Software\\GstarSoft\\GstarCAD");
-    for (const CString& release : UserKeyNames(gstarcad)) {
-        const CString releaseKey = gstarcad + _T("\\") + release;
+/// The releases of a product, each with a key for each language; the user hive tells which of them is in use.
+void AddReleases(std::vector<Host>& hosts, Host host, HKEY hive, const CString& productKey, LPCWSTR folderValue) {
+    for (const CString& release : KeyNames(hive, productKey)) {
+        const CString releaseKey = productKey + _T("\\") + release;
         const CString current = Read(HKEY_CURRENT_USER, releaseKey, _T("CurVer"));
-        for (const CString& language : UserKeyNames(releaseKey)) {
-            Host host;
-            host.family = "GstarCAD";
+        for (const CString& language : KeyNames(hive, releaseKey)) {
             host.key = releaseKey + _T("\\") + language;
-            host.folder = WithBackslash(Read(HKEY_CURRENT_USER, host.key, _T("LOCATION")));
+            host.folder = WithBackslash(Read(hive, host.key, folderValue));
             if (host.folder.IsEmpty()) {
-                continue;
+                continue;  // another key of the release
             }
-            host.product = _T("GstarCAD");
             host.release = release;
             host.language = language;
             host.current = current.CompareNoCase(language) == 0;
@@ -143,6 +102,27 @@ void AddGstarcadHosts(std::vector<Host>& hosts) {
             hosts.push_back(host);
         }
     }
+}
+
+/// ZWCAD: several products; the machine hive tells their folders.
+void AddZwcadHosts(std::vector<Host>& hosts) {
+    const CString zwsoft = _T("Software\\ZWSOFT");
+    for (const CString& product : KeyNames(HKEY_LOCAL_MACHINE, zwsoft)) {
+        if (product.Left(5).CompareNoCase(_T("ZWCAD")) == 0) {
+            Host host;
+            host.family = "ZWCAD";
+            host.product = product;
+            AddReleases(hosts, host, HKEY_LOCAL_MACHINE, zwsoft + _T("\\") + product, _T("Location"));
+        }
+    }
+}
+
+/// GstarCAD: all of it stands under the user hive.
+void AddGstarcadHosts(std::vector<Host>& hosts) {
+    Host host;
+    host.family = "GstarCAD";
+    host.product = _T("GstarCAD");
+    AddReleases(hosts, host, HKEY_CURRENT_USER, _T("Software\\GstarSoft\\GstarCAD"), _T("LOCATION"));
 }
 
 Json TextOrNull(const CString& text) {

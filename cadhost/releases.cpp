@@ -70,7 +70,7 @@ const Release* FindRelease(ACADVER value) {
 
 const Release* FindYear(int year) {
     for (const Release& row : RELEASES) {
-        if (row.year == year && row.HasRoot()) {
+        if (row.year == year && row.year != 0 && row.HasRoot()) {
             return &row;
         }
     }

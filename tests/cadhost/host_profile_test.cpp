@@ -257,6 +257,7 @@ TEST_F(CadHostProfile, SupportFolderOf2000StandsInTheInstallFolder) {
 TEST_F(CadHostProfile, YearsWithoutAReleaseHaveNoFolders) {
     m_keys.Load("r15");
     m_keys.Load("acad2007-2020");
+    PutUser(_T("R14.0"), _T("RoamableRootFolder"), _T("C:\\of a release without a year"));
     for (const int year : {-1, 0, 1999, 2001, 2002, 2003, 2021, 2022, 2023}) {
         EXPECT_EQ(Support(year), (Found{0, ""})) << year;
         EXPECT_EQ(Template(year), (Found{0, ""})) << year;

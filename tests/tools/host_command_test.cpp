@@ -163,8 +163,18 @@ TEST_F(HostCommand, ArxRefusesWrongUse) {
            "Map2004 to Map2006\n");
     Expect({"arx", "remove", "A\\B", "--release", "2020"}, 2, "",
            "kvtfile: 'A\\B' is no application name\n  Give a name without backslashes.\n");
-    Expect({"arx", "remove", "", "--release", "2020"}, 2, "",
-           "kvtfile: '' is no application name\n  Give a name without backslashes.\n");
+    for (const char* name : {"", " ", " \t"}) {
+        for (const char* verb : {"remove", "status"}) {
+            Expect({"arx", verb, name, "--release", "2020"}, 2, "",
+                   "kvtfile: '" + std::string(name) + "' is no application name\n  Give a name without backslashes.\n");
+        }
+        Expect({"arx", "add", name, "--release", "2020", "--folder", "C:\\"}, 2, "",
+               "kvtfile: '" + std::string(name) + "' is no application name\n  Give a name without backslashes.\n");
+    }
+    Expect({"arx", "add", "A", "--release", "2020", "--folder", ""}, 2, "",
+           "kvtfile: '' is no folder\n  Give the folder of the module files.\n");
+    Expect({"arx", "add", "A", "--release", "2020", "--folder", "C:\\", "--module", ""}, 2, "",
+           "kvtfile: '' is no module name\n  Give the file's name without .arx.\n");
     Expect(
         {"arx", "add", "A", "--release", "2020", "--folder", "C:\\", "--load", "always"}, 2, "",
         "kvtfile: there is no load control 'always'\n  Give proxy, startup, command, request, never or transparent.\n");
@@ -193,6 +203,48 @@ TEST_F(HostCommand, SupportPathIsListedAndChanged) {
            "kvtfile: " + general +
                ": the search path does not hold D:\\墙\\Support\n"
                "  'kvtfile support-path list' lists its folders; they compare in lower case.\n");
+}
+
+TEST_F(HostCommand, SupportPathTellsWhatIsNotTakenOut) {
+    m_keys.Load("r15");
+    const std::string general = kR15General;
+    const std::string where = " without a ';' behind it";
+    Output({"reg", "add", general, "--value", "ACAD", "--data", "c:\\x;d:\\b"});
+    for (const bool dryRun : {true, false}) {
+        std::vector<std::string> remove = {"support-path", "remove", "D:\\b"};
+        if (dryRun) {
+            remove.push_back("--dry-run");
+        }
+        Expect(remove, 1, "",
+               "kvtfile: " + general + ": D:\\b stands at the end," + where +
+                   "; nothing was changed\n"
+                   "  Only a folder with a ';' behind it is taken out; 'kvtfile reg add' sets the value ACAD.\n");
+    }
+    Expect({"reg", "query", general, "--value", "ACAD"}, 0, "c:\\x;d:\\b\n");
+    Output({"reg", "add", general, "--value", "ACAD", "--data", "d:\\b;c:\\x;d:\\b"});
+    Expect({"support-path", "remove", "D:\\b"}, 0,
+           general + ": D:\\b removed, but for the one at the end" + where + "\n");
+    Expect({"reg", "query", general, "--value", "ACAD"}, 0, "c:\\x;d:\\b\n");
+}
+
+TEST_F(HostCommand, SupportPathRefusesWhatCannotBeWrittenInADryRunToo) {
+    m_keys.Load("r15");
+    const std::string general = kR15General;
+    const std::string profiles = general.substr(0, general.find("\\<<"));
+    Output({"reg", "add", general, "--value", "ACAD", "--type", "REG_BINARY", "--data", "61006200"});
+    const auto refused = [this](const std::string& err) {
+        for (const char* verb : {"add", "remove"}) {
+            Expect({"support-path", verb, "D:\\b"}, 1, "", err);
+            Expect({"support-path", verb, "D:\\b", "--dry-run"}, 1, "", err);
+        }
+    };
+    refused("kvtfile: " + general +
+            ": the search path is no text, but of type REG_BINARY\n"
+            "  'kvtfile reg query' shows the value ACAD; 'kvtfile reg add' sets it.\n");
+    Output({"reg", "add", profiles, "--default", "--data", "gone"});
+    refused("kvtfile: " + profiles + "\\gone\\General: the current profile has no settings\n  Start the host once.\n");
+    Output({"reg", "add", profiles, "--default", "--data", ""});
+    refused("kvtfile: " + profiles + ": no current profile\n  Start the host once.\n");
 }
 
 TEST_F(HostCommand, SupportPathNeedsAHostAndAFolder) {

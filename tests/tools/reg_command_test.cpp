@@ -183,6 +183,37 @@ TEST_F(RegCommand, ExportAndImportGiveTheSameFile) {
     EXPECT_EQ(Read(_T("a.reg")), expected);
 }
 
+TEST_F(RegCommand, TextsWithoutANulAreTakenInAsTheyAre) {
+    const std::string file = RegFile("[" + std::string(kKey) +
+                                     "]\r\n\"a\"=hex(1):61,00\r\n\"b\"=hex(2):61,00,62,00,63,00\r\n"
+                                     "\"c\"=hex(7):61,00,62,00,63,00,64,00,65,00,66,00,67,00\r\n\"d\"=hex(1):61\r\n"
+                                     "\"e\"=hex(1):61,00,62\r\n\"f\"=hex(1):\r\n\r\n");
+    Write(_T("a.reg"), file);
+    Expect({"reg", "import", "a.reg"}, 0, "a.reg: 1 key taken in\n");
+    Expect({"reg", "export", kKey, "b.reg"}, 0, "b.reg: 1 key and 6 values written\n");
+    EXPECT_EQ(Read(_T("b.reg")), file);
+}
+
+TEST_F(RegCommand, HalvesOfCharactersInNamesComeBack) {
+    std::string file = RegFile("[" + Beneath("A") + "]\r\n\r\n[" + Beneath("A\\b#c") + "]\r\n\"d#\"=\"e#f\"\r\n\r\n");
+    for (size_t at = file.find('#'); at != std::string::npos; at = file.find('#')) {
+        file.replace(at, 2, "\x34\xD8");
+    }
+    Write(_T("a.reg"), file);
+    Expect({"reg", "import", "a.reg"}, 0, "a.reg: 2 keys taken in\n");
+    Expect({"reg", "export", Beneath("A"), "b.reg"}, 0, "b.reg: 2 keys and 1 value written\n");
+    EXPECT_EQ(Read(_T("b.reg")), file);
+}
+
+TEST_F(RegCommand, AKeyWithALineBreakInItsNameIsNotExported) {
+    Add(Beneath("A\\b\nc"), {});
+    Expect({"reg", "export", kKey, "a.reg"}, 1, "",
+           "kvtfile: the name of the key " + Json(Beneath("A\\b\nc")).dump() +
+               " holds a line break, which no registration file can hold; nothing was written\n"
+               "  Export the other keys one by one.\n");
+    EXPECT_FALSE(Exists(File(_T("a.reg"))));
+}
+
 TEST_F(RegCommand, ImportDeletesWhatTheFileSays) {
     Add(Beneath("A\\B"), {"--value", "x"});
     Add(kKey, {"--value", "y"});

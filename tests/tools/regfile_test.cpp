@@ -151,7 +151,9 @@ TEST(RegFile, RefusesWhatIsMalformedWithTheLine) {
     ExpectError("", 1, head);
     ExpectError("[HKCU\\A]\r\n", 1, head);
     ExpectError("\xFF\xFEz", 1, "the file ends in half a UTF-16 unit");
+    ExpectError(Utf16File(_T("REGEDIT4\r\n\n\r[HKCU\\A]")) + "z", 4, "the file ends in half a UTF-16 unit");
     ExpectError("\xEF\xBB\xBF\xFF", 1, "the file is not UTF-8 text");
+    ExpectError("\xEF\xBB\xBFREGEDIT4\r\n\n\r[HKCU\\A]\n\"\xFF\"=-\n\"\xFF\"=-\n", 5, "the file is not UTF-8 text");
     ExpectError(Version4("x") + std::string(1, '\0'), 3, "the text holds a NUL");
     const struct {
         std::string text;  // from the third line on

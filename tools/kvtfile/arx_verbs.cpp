@@ -97,7 +97,9 @@ int ParseControls(const std::vector<std::string>& words) {
 class Registration : public CAutoLoadArx {
 public:
     explicit Registration(const Options& options) : m_options(options) {
-        if (options.app.empty() || options.app.find('\\') != std::string::npos) {
+        m_app = Wide(options.app);
+        m_app.Trim();
+        if (m_app.IsEmpty() || m_app.Find('\\') >= 0) {
             throw Failure(exitUsage, "'" + options.app + "' is no application name",
                           "Give a name without backslashes.");
         }
@@ -110,9 +112,6 @@ public:
             SetSoftRegKey(Backslashed(options.softKey));
         }
         SetAppInstallPath(options.folder.empty() ? CString() : Backslashed(options.folder));
-        m_app = Wide(options.app);
-        m_app.TrimLeft();
-        m_app.TrimRight();
     }
 
     const CString& App() const { return m_app; }
@@ -123,10 +122,12 @@ public:
     }
     KeyPath MakerKey() const { return MachineKey(m_strSoftRegKey + m_app); }
 
-    /// Whether everything stands under the host's entry, as from R16 on, and not under the maker's key.
+    /// Whether everything stands under the host's entry, as from R16 on, and not under the maker's key. (Later releases
+    /// without a key of their own have the other layout, but are never found.)
     bool HasOwnLayout() const {
-        return m_options.moduleGiven || (m_nAcadVer >= kvtfile::ACAD_2004 && m_nAcadVer <= kvtfile::ACAD_2006) ||
-               (m_nAcadVer >= kvtfile::ACAD_2007 && m_nAcadVer <= kvtfile::ACAD_2020);
+        zqolecad::START_ACADVER year = zqolecad::START_ACAD2000;
+        return m_options.moduleGiven ||
+               (kvtfile::FConvertAcadVer(m_nAcadVer, year) && year >= zqolecad::START_ACAD2004);
     }
 
     int Add(CStringArray& commands, int controls) {
@@ -231,6 +232,12 @@ std::vector<RegFileKey> Plan(Registration& registration, const Options& options,
 
 void Add(const Options& options) {
     const int controls = ParseControls(options.load);
+    if (options.folder.empty()) {
+        throw Failure(exitUsage, "'' is no folder", "Give the folder of the module files.");
+    }
+    if (options.moduleGiven && options.module.empty()) {
+        throw Failure(exitUsage, "'' is no module name", "Give the file's name without .arx.");
+    }
     Registration registration(options);
     CStringArray commands;
     for (const std::string& command : options.commands) {

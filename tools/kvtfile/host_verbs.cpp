@@ -78,7 +78,7 @@ void AddAutocadHosts(std::vector<Host>& hosts) {
             host.language = Read(HKEY_LOCAL_MACHINE, host.key, _T("Language"));
             host.profile = Read(HKEY_CURRENT_USER, host.key + _T("\\Profiles"), _T(""));
             const CString roamable = Read(HKEY_CURRENT_USER, host.key, _T("RoamableRootFolder"));
-            FillUserFolders(host, release.Left(3) < _T("R16") ? host.folder : roamable);
+            FillUserFolders(host, release.Left(3).CompareNoCase(_T("R16")) < 0 ? host.folder : roamable);
             hosts.push_back(host);
         }
     }

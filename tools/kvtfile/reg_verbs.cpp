@@ -145,6 +145,12 @@ void Export(const Options& options) {
     std::vector<RegFileKey> keys;
     size_t values = 0;
     ForEachKey(root, true, [&](const KeyPath& path, const OpenKey& key, const std::vector<CString>&) {
+        if (path.path.FindOneOf(_T("\r\n")) >= 0) {
+            throw Failure(exitRefused,
+                          "the name of the key " + Quoted(path.Full()) +
+                              " holds a line break, which no registration file can hold; nothing was written",
+                          "Export the other keys one by one.");
+        }
         keys.push_back({path.Full(), false, key.Values()});
         values += keys.back().values.size();
     });
@@ -161,7 +167,7 @@ void Export(const Options& options) {
 
 /// Does what a file says of one key and returns what there was to do.
 std::string Apply(const RegFileKey& wanted, bool dryRun) {
-    const KeyPath path = KeyPath::Parse(Utf8(wanted.path));
+    const KeyPath path = KeyPath::Parse(wanted.path);
     OpenKey key;
     if (wanted.remove) {
         const bool there = dryRun ? key.TryOpen(path, KEY_READ) : DeleteTree(path);

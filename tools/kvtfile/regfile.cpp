@@ -26,17 +26,44 @@ constexpr const char* kNotARegFile =
     "this is not a registration file: it should begin with "
     "'Windows Registry Editor Version 5.00' or 'REGEDIT4'";
 
+/// The line of an offset. Lines end in CR LF, LF or CR.
+int LineOf(const CString& text, int offset) {
+    int line = 1;
+    for (int i = 0; i < offset; ++i) {
+        line += text[i] == '\n' || (text[i] == '\r' && text[i + 1] != '\n');
+    }
+    return line;
+}
+
+/// How many units the bytes are; 0 when they are not of the encoding.
+int CountUnits(UINT codePage, std::string_view bytes) {
+    return ::MultiByteToWideChar(codePage, MB_ERR_INVALID_CHARS, bytes.data(), static_cast<int>(bytes.size()), nullptr,
+                                 0);
+}
+
+/// The first line that is not of the encoding, of bytes that are not. (No character holds the byte of a line end.)
+int LineNotOf(UINT codePage, std::string_view bytes) {
+    for (int line = 1;; ++line) {
+        const size_t end = bytes.find_first_of("\r\n");
+        if (end == std::string_view::npos || (end != 0 && CountUnits(codePage, bytes.substr(0, end)) <= 0)) {
+            return line;
+        }
+        bytes.remove_prefix(end + (bytes.substr(end, 2) == "\r\n" ? 2 : 1));
+    }
+}
+
 CString Decode(UINT codePage, std::string_view bytes) {
-    const int size = static_cast<int>(bytes.size());
     CString text;
-    if (size == 0) {
+    if (bytes.empty()) {
         return text;
     }
-    const int count = ::MultiByteToWideChar(codePage, MB_ERR_INVALID_CHARS, bytes.data(), size, nullptr, 0);
+    const int count = CountUnits(codePage, bytes);
     if (count <= 0) {
-        throw RegFileError(1, codePage == CP_UTF8 ? "the file is not UTF-8 text" : "the file is not ANSI text");
+        throw RegFileError(LineNotOf(codePage, bytes),
+                           codePage == CP_UTF8 ? "the file is not UTF-8 text" : "the file is not ANSI text");
     }
-    ::MultiByteToWideChar(codePage, MB_ERR_INVALID_CHARS, bytes.data(), size, text.GetBufferSetLength(count), count);
+    ::MultiByteToWideChar(codePage, MB_ERR_INVALID_CHARS, bytes.data(), static_cast<int>(bytes.size()),
+                          text.GetBufferSetLength(count), count);
     return text;
 }
 
@@ -51,9 +78,6 @@ CString DecodeFile(const std::string& bytes) {
     if (view.substr(0, 2) != "\xFF\xFE") {
         return Decode(CP_ACP, view);
     }
-    if (view.size() % 2 != 0) {
-        throw RegFileError(1, "the file ends in half a UTF-16 unit");
-    }
     CString text;
     const int count = static_cast<int>(view.size() / 2 - 1);
     LPWSTR units = text.GetBufferSetLength(count);
@@ -61,6 +85,9 @@ CString DecodeFile(const std::string& bytes) {
         const size_t at = 2 * static_cast<size_t>(i) + 2;
         units[i] =
             static_cast<WCHAR>(static_cast<unsigned char>(view[at]) | (static_cast<unsigned char>(view[at + 1]) << 8));
+    }
+    if (view.size() % 2 != 0) {
+        throw RegFileError(LineOf(text, count), "the file ends in half a UTF-16 unit");
     }
     return text;
 }
@@ -187,8 +214,7 @@ private:
     void ReadHead() {
         for (int i = 0; i < m_length; ++i) {
             if (m_text[i] == 0) {
-                m_at = i;
-                FailAt(LineOf(i), "the text holds a NUL");
+                FailAt(LineOf(m_text, i), "the text holds a NUL");
             }
         }
         CString head;
@@ -200,14 +226,6 @@ private:
         if (!m_ansi && head != _T("Windows Registry Editor Version 5.00")) {
             Fail(kNotARegFile);
         }
-    }
-
-    int LineOf(int offset) const {
-        int line = 1;
-        for (int i = 0; i < offset; ++i) {
-            line += m_text[i] == '\n' || (m_text[i] == '\r' && m_text[i + 1] != '\n');
-        }
-        return line;
     }
 
     RegFileKey ReadKey() {

@@ -35,15 +35,15 @@ std::string ErrorText(LONG error) {
 
 }  // namespace
 
-KeyPath KeyPath::Parse(const std::string& text) {
-    CString path = Wide(text);
+KeyPath KeyPath::Parse(const CString& text) {
+    CString path = text;
     if (path.Right(1) == _T("\\")) {
         path = path.Left(path.GetLength() - 1);
     }
     const int rootEnd = path.Find('\\');
     const LPCWSTR rootName = RootKeyName(rootEnd < 0 ? path : path.Left(rootEnd));
     if (rootName == nullptr) {
-        throw Failure(exitUsage, "'" + text + "' does not begin with a root key", kPathAdvice);
+        throw Failure(exitUsage, "'" + Utf8(text) + "' does not begin with a root key", kPathAdvice);
     }
     KeyPath key;
     key.rootName = rootName;
@@ -51,7 +51,7 @@ KeyPath KeyPath::Parse(const std::string& text) {
     key.path = rootEnd < 0 ? CString() : path.Mid(rootEnd + 1);
     if (rootEnd >= 0 && (key.path.IsEmpty() || key.path[0] == '\\' || key.path.Find(_T("\\\\")) >= 0 ||
                          key.path.Right(1) == _T("\\"))) {
-        throw Failure(exitUsage, "'" + text + "' holds an empty name", kPathAdvice);
+        throw Failure(exitUsage, "'" + Utf8(text) + "' holds an empty name", kPathAdvice);
     }
     return key;
 }
@@ -170,9 +170,10 @@ bool OpenKey::ReadValue(const CString& name, RegFileValue& value) const {
 }
 
 void OpenKey::WriteValue(const RegFileValue& value) const {
-    const LONG error =
-        ::RegSetValueExW(m_key, value.name, 0, value.type, reinterpret_cast<const BYTE*>(value.data.data()),
-                         static_cast<DWORD>(value.data.size()));
+    // Windows ends a text that has no NUL with the unit behind it, when that happens to be 0.
+    const std::string bytes = value.data + "\xFF\xFF";
+    const LONG error = ::RegSetValueExW(m_key, value.name, 0, value.type, reinterpret_cast<const BYTE*>(bytes.data()),
+                                        static_cast<DWORD>(value.data.size()));
     if (error != ERROR_SUCCESS) {
         throw RegistryFailure(m_shown, error);
     }

@@ -18,7 +18,8 @@ struct KeyPath {
 
     /// Reads "HKCU\Software\Demo" or the root key's full name; one backslash at the end is dropped. A wrong path is a
     /// failure of usage.
-    static KeyPath Parse(const std::string& text);
+    static KeyPath Parse(const CString& text);
+    static KeyPath Parse(const std::string& text) { return Parse(Wide(text)); }
     /// The path with the root key's full name.
     CString Full() const { return path.IsEmpty() ? rootName : rootName + _T("\\") + path; }
     std::string Shown() const { return Utf8(Full()); }

@@ -35,19 +35,37 @@ struct SearchPath {
                           "'kvtfile host list' lists the installed hosts.");
         }
         const CString profiles = product + _T("\\Profiles");
-        if (kvtfile::GetRegKeyValue(HKEY_CURRENT_USER, profiles, profile, _T("")) == 0) {
+        if (kvtfile::GetRegKeyValue(HKEY_CURRENT_USER, profiles, profile, _T("")) == 0 || profile.IsEmpty()) {
             throw Failure(exitRefused, "HKEY_CURRENT_USER\\" + Utf8(profiles) + ": no current profile",
                           "Start the host once.");
         }
         key.root = HKEY_CURRENT_USER;
         key.rootName = _T("HKEY_CURRENT_USER");
         key.path = profiles + _T("\\") + profile + _T("\\General");
+        RequireText();
         Read();
     }
 
     void Read() {
         text.Empty();
-        kvtfile::GetRegKeyValue(key.root, key.path, text, _T("ACAD"));
+        kvtfile::GetRegKeyValue(key.root, key.path, text, kValue);
+    }
+
+private:
+    static constexpr WCHAR kValue[] = _T("ACAD");
+
+    /// What the library would not write to is refused beforehand, so that a dry run tells of it too.
+    void RequireText() const {
+        OpenKey settings;
+        if (!settings.TryOpen(key, KEY_READ)) {
+            throw Failure(exitRefused, key.Shown() + ": the current profile has no settings", "Start the host once.");
+        }
+        RegFileValue value;
+        if (settings.ReadValue(kValue, value) && value.type != REG_SZ && value.type != REG_EXPAND_SZ) {
+            throw Failure(exitRefused,
+                          key.Shown() + ": the search path is no text, but of type " + TypeName(value.type),
+                          "'kvtfile reg query' shows the value ACAD; 'kvtfile reg add' sets it.");
+        }
     }
 };
 
@@ -141,7 +159,14 @@ void Remove(const Options& options) {
     }
     CString changed = path.text;
     changed.Replace(folder + _T(";"), _T(""));
-    Change(options, path, changed, kvtfile::RemoveAppSupportPathFromAcad, " removed");
+    if (changed == path.text) {
+        throw Failure(exitRefused,
+                      path.key.Shown() + ": " + options.folder +
+                          " stands at the end, without a ';' behind it; nothing was changed",
+                      "Only a folder with a ';' behind it is taken out; 'kvtfile reg add' sets the value ACAD.");
+    }
+    Change(options, path, changed, kvtfile::RemoveAppSupportPathFromAcad,
+           Holds(changed, folder) ? " removed, but for the one at the end without a ';' behind it" : " removed");
 }
 
 // ---- the command line

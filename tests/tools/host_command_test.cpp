@@ -153,6 +153,25 @@ TEST_F(HostCommand, ArxDryRunTellsWhatIsWrittenInEveryLayout) {
     }
 }
 
+TEST_F(HostCommand, ArxTellsOfARegistrationThatIsNotWhole) {
+    m_keys.Load("acad2020");
+    const std::string key =
+        "HKEY_LOCAL_MACHINE\\Software\\Autodesk\\AutoCAD\\R23.1\\ACAD-3001:804\\Applications\\Walls";
+    Expect({"arx", "add", "Walls", "--release", "2020", "--folder", "C:\\", "--command", std::string(16384, 'x')}, 1,
+           "",
+           "kvtfile: " + key +
+               ": the registration could not be written, or not all of it\n  'kvtfile arx status' tells what is "
+               "registered. Writing the machine's keys needs the right to do so.\n");
+    // Names that differ in case alone are one.
+    const std::vector<std::string> add = {"arx",  "add",       "Walls", "--release", "2020", "--folder",
+                                          "C:\\", "--command", "Wall",  "--command", "WALL"};
+    std::vector<std::string> dryRun = add;
+    dryRun.push_back("--dry-run");
+    const std::string foreseen = Output(dryRun);
+    Output(add);
+    EXPECT_EQ(Output({"arx", "status", "Walls", "--release", "2020"}), foreseen + "loaded 0x00\n");
+}
+
 TEST_F(HostCommand, ArxRefusesWrongUse) {
     Expect({"arx", "status", "Walls", "--release", "2020"}, 1, "",
            "kvtfile: the release 2020 is not installed\n  'kvtfile host list' lists the installed hosts. Registering "
@@ -171,6 +190,10 @@ TEST_F(HostCommand, ArxRefusesWrongUse) {
         Expect({"arx", "add", name, "--release", "2020", "--folder", "C:\\"}, 2, "",
                "kvtfile: '" + std::string(name) + "' is no application name\n  Give a name without backslashes.\n");
     }
+    m_keys.Load("r15");
+    Expect({"arx", "add", "A", "--release", "2000", "--folder", "C:\\", "--maker-key", "\\Software\\M"}, 2, "",
+           "kvtfile: 'HKEY_LOCAL_MACHINE\\\\Software\\M\\' holds an empty name\n"
+           "  A key's path is, for example, HKCU\\Software\\Demo; the root keys are HKCR, HKCU, HKLM, HKU and HKCC.\n");
     Expect({"arx", "add", "A", "--release", "2020", "--folder", ""}, 2, "",
            "kvtfile: '' is no folder\n  Give the folder of the module files.\n");
     Expect({"arx", "add", "A", "--release", "2020", "--folder", "C:\\", "--module", ""}, 2, "",

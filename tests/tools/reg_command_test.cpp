@@ -139,6 +139,8 @@ TEST_F(RegCommand, WrongUseIsRefused) {
     }
     Expect({"reg", "add", kKey, "--data", "x"}, 2, "",
            "kvtfile: --data needs --value NAME or --default\n  See: kvtfile reg add --help\n");
+    Expect({"reg", "add", kKey, "--type", "REG_DWORD"}, 2, "",
+           "kvtfile: --type needs --value NAME or --default\n  See: kvtfile reg add --help\n");
     Expect({"reg", "add", kKey, "--value", "x", "--type", "REG_TEXT"}, 2, "",
            "kvtfile: there is no type 'REG_TEXT'\n  See: kvtfile reg add --help\n");
     const struct {

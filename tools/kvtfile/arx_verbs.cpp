@@ -1,6 +1,7 @@
 // kvtfile arx add, remove, status: add-ons that an AutoCAD release loads by itself.
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <memory>
 
 #include "kvtfile/AutoLoadArx.h"
@@ -110,6 +111,7 @@ public:
         }
         if (!options.softKey.empty()) {
             SetSoftRegKey(Backslashed(options.softKey));
+            KeyPath::Parse(MachineKey(m_strSoftRegKey).Full());  // refuses a path with empty names
         }
         SetAppInstallPath(options.folder.empty() ? CString() : Backslashed(options.folder));
     }
@@ -188,7 +190,8 @@ RegFileValue TextValue(const CString& name, const CString& text) {
     return {name, REG_SZ, ParseData(REG_SZ, {Utf8(text)}), false};
 }
 
-/// A key of names that stand for themselves; none when there are no names.
+/// A key of names that stand for themselves; none when there are no names. Of names that differ in case alone the first
+/// stays, with the last as its text.
 void AddNames(std::vector<RegFileKey>& keys, const CString& path, const std::vector<std::string>& names) {
     if (names.empty()) {
         return;
@@ -198,7 +201,14 @@ void AddNames(std::vector<RegFileKey>& keys, const CString& path, const std::vec
         CString name = Wide(given);
         name.TrimLeft();
         name.TrimRight();
-        key.values.push_back(TextValue(name, name));
+        const auto same = std::find_if(key.values.begin(), key.values.end(), [&name](const RegFileValue& value) {
+            return value.name.CompareNoCase(name) == 0;
+        });
+        if (same == key.values.end()) {
+            key.values.push_back(TextValue(name, name));
+        } else {
+            same->data = TextValue(name, name).data;
+        }
     }
     keys.push_back(key);
 }
@@ -228,6 +238,23 @@ std::vector<RegFileKey> Plan(Registration& registration, const Options& options,
     return keys;
 }
 
+/// Whether all of it stands in the registry.
+bool IsWritten(const std::vector<RegFileKey>& plan) {
+    for (const RegFileKey& wanted : plan) {
+        OpenKey key;
+        if (!key.TryOpen(KeyPath::Parse(wanted.path), KEY_READ)) {
+            return false;
+        }
+        for (const RegFileValue& value : wanted.values) {
+            RegFileValue found;
+            if (!key.ReadValue(value.name, found) || found.type != value.type || found.data != value.data) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
 // ---- verbs
 
 void Add(const Options& options) {
@@ -243,15 +270,16 @@ void Add(const Options& options) {
     for (const std::string& command : options.commands) {
         commands.Add(Wide(command));
     }
+    const std::vector<RegFileKey> plan = Plan(registration, options, controls);
     if (options.dryRun) {
-        PrintKeys(Plan(registration, options, controls));
+        PrintKeys(plan);
         return;
     }
     registration.Add(commands, controls);
-    int written = 0;
-    if (registration.GetArxLoadCtrls(registration.App(), written) == 0 || written != controls) {
-        throw Failure(exitRefused, registration.HostKey().Shown() + ": the registration could not be written",
-                      "Writing the machine's keys needs the right to do so.");
+    if (!IsWritten(plan)) {
+        throw Failure(
+            exitRefused, registration.HostKey().Shown() + ": the registration could not be written, or not all of it",
+            "'kvtfile arx status' tells what is registered. Writing the machine's keys needs the right to do so.");
     }
     Print(registration.HostKey().Shown() + ": registered");
     Print("  loaded " + SpelledOut(controls));

@@ -21,6 +21,7 @@ struct Options {
     std::string type = "REG_SZ";
     std::vector<std::string> data;
     bool valueGiven = false;
+    bool typeGiven = false;
     bool dataGiven = false;
     bool defaultValue = false;
     bool recursive = false;
@@ -92,13 +93,15 @@ void Add(const Options& options) {
     const KeyPath path = KeyPath::Parse(options.key);
     RegFileValue value;
     value.name = Wide(options.value);
-    if (!options.NamesValue() && options.dataGiven) {
-        throw Failure(exitUsage, "--data needs --value NAME or --default", "See: kvtfile reg add --help");
+    if (!options.NamesValue() && (options.dataGiven || options.typeGiven)) {
+        throw Failure(exitUsage,
+                      std::string(options.dataGiven ? "--data" : "--type") + " needs --value NAME or --default",
+                      "See: kvtfile reg add --help");
     }
     if (!ParseType(options.type, value.type)) {
         throw Failure(exitUsage, "there is no type '" + options.type + "'", "See: kvtfile reg add --help");
     }
-    value.data = ParseData(value.type, options.NamesValue() ? options.data : std::vector<std::string>{});
+    value.data = ParseData(value.type, options.data);
     OpenKey key;
     const bool created = key.Create(path, KEY_READ | KEY_WRITE);
     if (options.NamesValue()) {
@@ -238,6 +241,7 @@ AddedVerb AddRegVerb(CLI::App& reg, const char* name, const char* description, c
             return verb->get_option_no_throw(option) != nullptr && verb->count(option) != 0;
         };
         options->valueGiven = given("--value");
+        options->typeGiven = given("--type");
         options->dataGiven = given("--data");
         run(*options);
     });

@@ -181,18 +181,20 @@ TEST_F(HostCommand, ArxRefusesWrongUse) {
            "kvtfile: there is no release '1999'\n  The AutoCAD release: R14, 2000, Map2000, 2002, Map6, 2004 to 2022, "
            "Map2004 to Map2006\n");
     Expect({"arx", "remove", "A\\B", "--release", "2020"}, 2, "",
-           "kvtfile: 'A\\B' is no application name\n  Give a name without backslashes.\n");
-    for (const char* name : {"", " ", " \t"}) {
+           "kvtfile: 'A\\B' is no application name\n  Give a name of at most 255 characters, without backslashes.\n");
+    for (const std::string& name : {std::string(), std::string(" "), std::string(" \t"), std::string(256, 'x')}) {
         for (const char* verb : {"remove", "status"}) {
             Expect({"arx", verb, name, "--release", "2020"}, 2, "",
-                   "kvtfile: '" + std::string(name) + "' is no application name\n  Give a name without backslashes.\n");
+                   "kvtfile: '" + name +
+                       "' is no application name\n  Give a name of at most 255 characters, without backslashes.\n");
         }
         Expect({"arx", "add", name, "--release", "2020", "--folder", "C:\\"}, 2, "",
-               "kvtfile: '" + std::string(name) + "' is no application name\n  Give a name without backslashes.\n");
+               "kvtfile: '" + name +
+                   "' is no application name\n  Give a name of at most 255 characters, without backslashes.\n");
     }
     m_keys.Load("r15");
     Expect({"arx", "add", "A", "--release", "2000", "--folder", "C:\\", "--maker-key", "\\Software\\M"}, 2, "",
-           "kvtfile: 'HKEY_LOCAL_MACHINE\\\\Software\\M\\' holds an empty name\n"
+           "kvtfile: 'HKEY_LOCAL_MACHINE\\\\Software\\M\\A' holds an empty name\n"
            "  A key's path is, for example, HKCU\\Software\\Demo; the root keys are HKCR, HKCU, HKLM, HKU and HKCC.\n");
     Expect({"arx", "add", "A", "--release", "2020", "--folder", ""}, 2, "",
            "kvtfile: '' is no folder\n  Give the folder of the module files.\n");

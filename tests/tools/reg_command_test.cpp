@@ -137,6 +137,9 @@ TEST_F(RegCommand, WrongUseIsRefused) {
         Expect({"reg", "query", path}, 2, "",
                "kvtfile: '" + std::string(path) + "' holds an empty name\n" + pathAdvice);
     }
+    const std::string longName = "HKCU\\" + std::string(256, 'x');
+    Expect({"reg", "add", longName}, 2, "",
+           "kvtfile: '" + longName + "' holds a name longer than 255 characters\n" + pathAdvice);
     Expect({"reg", "add", kKey, "--data", "x"}, 2, "",
            "kvtfile: --data needs --value NAME or --default\n  See: kvtfile reg add --help\n");
     Expect({"reg", "add", kKey, "--type", "REG_DWORD"}, 2, "",

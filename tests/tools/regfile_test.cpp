@@ -170,7 +170,7 @@ TEST(RegFile, RefusesWhatIsMalformedWithTheLine) {
         {"[-HKEY_CURRENT_USER]", 3, "a root key cannot be deleted"},
         {"[HKCU\\]", 3, "the key's path holds an empty name"},
         {"[HKCU\\A\\\\B]", 3, "the key's path holds an empty name"},
-        {"[HKCU\\A\\" + std::string(256, 'x') + "]", 3, "a name in the key's path is longer than 255 characters"},
+        {"[HKCU\\A\\" + std::string(256, 'x') + "]", 3, "the key's path holds a name longer than 255 characters"},
         {"[HKCU\\A]\n\"" + std::string(16384, 'x') + "\"=\"\"", 4, "the value's name is longer than 16383 characters"},
         {"[HKCU\\A]\n\"a\"", 4, "'=' is missing after the value's name"},
         {"[HKCU\\A]\n@\"a\"", 4, "'=' is missing after the value's name"},

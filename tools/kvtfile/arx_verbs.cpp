@@ -100,19 +100,21 @@ public:
     explicit Registration(const Options& options) : m_options(options) {
         m_app = Wide(options.app);
         m_app.Trim();
-        if (m_app.IsEmpty() || m_app.Find('\\') >= 0) {
+        if (m_app.IsEmpty() || m_app.Find('\\') >= 0 || m_app.GetLength() > kMaxKeyName) {
             throw Failure(exitUsage, "'" + options.app + "' is no application name",
-                          "Give a name without backslashes.");
+                          "Give a name of at most 255 characters, without backslashes.");
         }
-        if (SetAcadVer(ParseRelease(options.release)) == 0 || m_strAcadRegKey.IsEmpty()) {
+        const kvtfile::ACADVER release = ParseRelease(options.release);
+        RequireRegistry();
+        if (SetAcadVer(release) == 0 || m_strAcadRegKey.IsEmpty()) {
             throw Failure(
                 exitRefused, "the release " + options.release + " is not installed",
                 "'kvtfile host list' lists the installed hosts. Registering needs the right to write their keys.");
         }
         if (!options.softKey.empty()) {
             SetSoftRegKey(Backslashed(options.softKey));
-            KeyPath::Parse(MachineKey(m_strSoftRegKey).Full());  // refuses a path with empty names
         }
+        KeyPath::Parse(MakerKey().Full());  // refuses what no path may hold
         SetAppInstallPath(options.folder.empty() ? CString() : Backslashed(options.folder));
     }
 

@@ -264,21 +264,8 @@ private:
             }
             return rootName;
         }
-        for (int at = rootEnd + 1;;) {
-            int next = path.Find('\\', at);
-            if (next < 0) {
-                next = path.GetLength();
-            }
-            if (next == at) {
-                Fail("the key's path holds an empty name");
-            }
-            if (next - at > kMaxKeyName) {
-                Fail("a name in the key's path is longer than 255 characters");
-            }
-            if (next == path.GetLength()) {
-                break;
-            }
-            at = next + 1;
+        if (const char* fault = PathFault(path.Mid(rootEnd + 1))) {
+            Fail(std::string("the key's path holds ") + fault);
         }
         return rootName + path.Mid(rootEnd);
     }
@@ -444,6 +431,23 @@ LPCWSTR RootKeyName(const CString& name) {
         }
     }
     return nullptr;
+}
+
+const char* PathFault(const CString& path) {
+    for (int at = 0;;) {
+        const int next = path.Find('\\', at);
+        const int end = next < 0 ? path.GetLength() : next;
+        if (end == at) {
+            return "an empty name";
+        }
+        if (end - at > kMaxKeyName) {
+            return "a name longer than 255 characters";
+        }
+        if (next < 0) {
+            return nullptr;
+        }
+        at = next + 1;
+    }
 }
 
 std::vector<RegFileKey> ParseRegFile(const std::string& bytes) {

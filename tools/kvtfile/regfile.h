@@ -51,6 +51,9 @@ CString FormatRegFile(const std::vector<RegFileKey>& keys);
 /// The full name of a root key from either form ("HKLM"), compared without regard to case; null when it is none.
 LPCWSTR RootKeyName(const CString& name);
 
+/// What the path of a key beneath its root key holds that no path may: "an empty name", ...; null when nothing.
+const char* PathFault(const CString& path);
+
 /// Limits of the registry, in UTF-16 units.
 constexpr int kMaxKeyName = 255;
 constexpr int kMaxValueName = 16383;

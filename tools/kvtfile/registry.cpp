@@ -49,9 +49,8 @@ KeyPath KeyPath::Parse(const CString& text) {
     key.rootName = rootName;
     key.root = RootHandle(key.rootName);
     key.path = rootEnd < 0 ? CString() : path.Mid(rootEnd + 1);
-    if (rootEnd >= 0 && (key.path.IsEmpty() || key.path[0] == '\\' || key.path.Find(_T("\\\\")) >= 0 ||
-                         key.path.Right(1) == _T("\\"))) {
-        throw Failure(exitUsage, "'" + Utf8(text) + "' holds an empty name", kPathAdvice);
+    if (const char* fault = rootEnd < 0 ? nullptr : PathFault(key.path)) {
+        throw Failure(exitUsage, "'" + Utf8(text) + "' holds " + fault, kPathAdvice);
     }
     return key;
 }
@@ -185,6 +184,13 @@ bool OpenKey::DeleteValue(const CString& name) const {
         throw RegistryFailure(m_shown, error);
     }
     return error == ERROR_SUCCESS;
+}
+
+void RequireRegistry() {
+    for (const char* key : {"HKCU\\Software", "HKLM\\Software"}) {
+        OpenKey open;
+        open.TryOpen(KeyPath::Parse(std::string(key)), KEY_READ);
+    }
 }
 
 bool DeleteTree(const KeyPath& path) {

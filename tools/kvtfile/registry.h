@@ -84,6 +84,9 @@ void ForEachKey(const KeyPath& path, bool recursive, Visit visit) {
     }
 }
 
+/// A failure when the registry cannot be read at all, for verbs whose functions of the library only find nothing then.
+void RequireRegistry();
+
 /// Deletes a key with everything beneath it; false when there is none.
 bool DeleteTree(const KeyPath& path);
 

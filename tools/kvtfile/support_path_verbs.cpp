@@ -30,6 +30,7 @@ struct SearchPath {
         CString location;
         CString profile;
         kvtfile::ACADVER release = kvtfile::ACAD_2000;
+        RequireRegistry();
         if (kvtfile::GetAcadR15CurVer(product, release, location) == 0) {
             throw Failure(exitRefused, "no AutoCAD of the releases 2000 to 2002 is installed",
                           "'kvtfile host list' lists the installed hosts.");
@@ -104,7 +105,9 @@ void RequireFolder(const std::string& folder) {
 
 void List(const Options& options) {
     CString text;
-    if (kvtfile::GetAcadEnvPath(ParseRelease(options.release), text) == 0) {
+    const kvtfile::ACADVER release = ParseRelease(options.release);
+    RequireRegistry();
+    if (kvtfile::GetAcadEnvPath(release, text) == 0) {
         throw Failure(exitRefused, "the release " + options.release + " is not installed, or has no current profile",
                       "'kvtfile host list' lists the installed hosts.");
     }

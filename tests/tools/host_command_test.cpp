@@ -62,6 +62,15 @@ TEST_F(HostCommand, AutocadHostsAreListed) {
     EXPECT_EQ(hosts[2]["language"], "简体中文 (Simplified Chinese)");
 }
 
+TEST_F(HostCommand, TheCaseOfAReleaseDoesNotMatter) {
+    PutText(HKEY_LOCAL_MACHINE, _T("Software\\Autodesk\\AutoCAD\\r15.9\\P"), _T("AcadLocation"), _T("C:\\P"));
+    PutText(HKEY_LOCAL_MACHINE, _T("Software\\Autodesk\\AutoCAD\\r16.9\\P"), _T("AcadLocation"), _T("C:\\Q"));
+    const Json hosts = Json::parse(Output({"host", "list", "--json"}))["hosts"];
+    ASSERT_EQ(hosts.size(), 2u);
+    EXPECT_EQ(hosts[0]["support"], "C:\\P\\support\\");
+    EXPECT_EQ(hosts[1]["support"], nullptr);
+}
+
 TEST_F(HostCommand, ZwcadAndGstarcadAreListed) {
     m_keys.Load("zwcad");
     m_keys.Load("gstarcad");

@@ -127,6 +127,14 @@ std::shared_ptr<OpenFile> FindFile(HANDLE handle) {
     return file;
 }
 
+void LockHandles() {
+    g_mutex.lock();
+}
+
+void UnlockHandles() {
+    g_mutex.unlock();
+}
+
 std::shared_ptr<Object> RemoveHandle(HANDLE handle) {
     const std::lock_guard lock(g_mutex);
     auto* slot = SlotOf(handle);

@@ -50,6 +50,10 @@ std::shared_ptr<Object> FindHandle(HANDLE handle);
 /// As FindHandle, for a handle of one kind; the last error is 6 when null.
 std::shared_ptr<OpenFile> FindFile(HANDLE handle);
 
+/// Holds the table for the length of a fork, so that the child finds it whole and free.
+void LockHandles();
+void UnlockHandles();
+
 /// Takes a handle out of the table and gives its object; null when it is not open.
 std::shared_ptr<Object> RemoveHandle(HANDLE handle);
 

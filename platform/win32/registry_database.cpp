@@ -7,6 +7,7 @@
 #include "registry_database.h"
 
 #include <sqlite3.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -30,6 +31,13 @@ constexpr char kBegin[] = "BEGIN";
 constexpr char kBeginImmediate[] = "BEGIN IMMEDIATE";
 constexpr char kCommit[] = "COMMIT";
 constexpr char kRollback[] = "ROLLBACK";
+
+// The log is carried over into the file each time that it has grown by so much. It then begins anew, unless somebody
+// reads just then;
+constexpr int kLogPages = 1000;
+// at this length, that it comes to when many read all the time, those who read are waited for, but not for long.
+constexpr int kLongLogPages = 4 * kLogPages;
+constexpr std::chrono::milliseconds kKeepShortLimit{100};
 
 constinit std::atomic<std::uint64_t> g_connections = 0;
 
@@ -86,7 +94,8 @@ bool SameFile(const struct stat& one, const struct stat& other) {
 
 std::chrono::milliseconds RegistryDatabase::busy_limit{30000};
 
-RegistryDatabase::RegistryDatabase(const std::string& path) : m_path(path), m_connection(++g_connections) {
+RegistryDatabase::RegistryDatabase(const std::string& path)
+    : m_path(path), m_next_checkpoint(kLogPages), m_connection(++g_connections) {
     const auto start = std::chrono::steady_clock::now();
     if (!m_path.empty()) {
         MakeFolders(ParentOf(m_path));
@@ -169,6 +178,12 @@ void RegistryDatabase::Open() {
     if (::stat(m_path.c_str(), &m_file) != 0) {
         Fail(SQLITE_BUSY);  // removed at this moment: once more
     }
+    if (m_writable) {
+        sqlite3_wal_hook(m_database, KeepLogShort, this);
+        if (::stat(LogPath().c_str(), &m_log) != 0) {
+            m_log = {};
+        }
+    }
 }
 
 // For a file that cannot be written: nothing is made beside it. As there is no log, the file is all there is.
@@ -181,9 +196,46 @@ void RegistryDatabase::OpenWithoutLog() {
     }
 }
 
+std::string RegistryDatabase::LogPath() const {
+    return m_path + "-wal";
+}
+
 bool RegistryDatabase::HasLog() const {
     struct stat status;
-    return ::stat((m_path + "-wal").c_str(), &status) == 0;
+    return ::stat(LogPath().c_str(), &status) == 0;
+}
+
+// Called after each commit. The commit is done: nothing that happens here is its failure.
+int RegistryDatabase::KeepLogShort(void* self, sqlite3* database, const char* name, int pages) {
+    auto& store = *static_cast<RegistryDatabase*>(self);
+    if (pages < kLogPages) {
+        store.m_next_checkpoint = kLogPages;
+    } else if (pages >= store.m_next_checkpoint) {
+        const int mode = pages < kLongLogPages ? SQLITE_CHECKPOINT_PASSIVE : SQLITE_CHECKPOINT_TRUNCATE;
+        store.m_keeping_short = true;
+        sqlite3_wal_checkpoint_v2(database, name, mode, nullptr, nullptr);
+        store.m_keeping_short = false;
+        store.m_next_checkpoint = pages + kLogPages;
+    }
+    return SQLITE_OK;
+}
+
+// The lock is that of the file that was open and of its log: of all that had it open, one takes the log away.
+void RegistryDatabase::RemoveLogLeftBehind() noexcept {
+    struct stat now;
+    if (!m_writable || m_log.st_ino == 0 || (::stat(m_path.c_str(), &now) == 0 && SameFile(now, m_file))) {
+        return;
+    }
+    try {
+        const WriteTransaction lock(*this);
+        if (::stat(LogPath().c_str(), &now) == 0 && SameFile(now, m_log)) {
+            ::unlink(LogPath().c_str());
+            ::unlink((m_path + "-shm").c_str());
+        }
+    } catch (const RegistryError&) {
+        // What stands there is left to the one who put the file in its place.
+    } catch (const std::bad_alloc&) {
+    }
 }
 
 int RegistryDatabase::OpenFile(const std::string& name, int flags) {
@@ -208,7 +260,7 @@ int RegistryDatabase::WaitForOthers(void* self, int tries) {
     const auto now = std::chrono::steady_clock::now();
     if (tries == 0) {
         database.m_wait_start = now;
-    } else if (now - database.m_wait_start >= busy_limit) {
+    } else if (now - database.m_wait_start >= (database.m_keeping_short ? kKeepShortLimit : busy_limit)) {
         return 0;
     }
     const std::int64_t longest = 100 << std::min(tries, 6);

@@ -52,6 +52,10 @@ public:
     /// Returns when all that was committed is on the storage device.
     void Flush();
 
+    /// For a store whose file is no longer at its path: takes away the log that stands there, which the file that took
+    /// the place would else be read with. The log of another one stays. Failures are passed over.
+    void RemoveLogLeftBehind() noexcept;
+
     /// Leaves the log as it is at the end: closing is then quick, and the next one to open the file reads it.
     void KeepLogAtClose();
 
@@ -69,7 +73,9 @@ private:
     int OpenFile(const std::string& name, int flags);
     void OpenInMemory();
     void OpenWithoutLog();
+    std::string LogPath() const;
     bool HasLog() const;
+    static int KeepLogShort(void* self, sqlite3*, const char*, int pages);
     static int WaitForOthers(void* self, int tries);
     void MakeTables();
     bool IsEmpty();
@@ -81,10 +87,13 @@ private:
     sqlite3* m_database = nullptr;
     std::vector<std::pair<const char*, sqlite3_stmt*>> m_statements;
     std::chrono::steady_clock::time_point m_wait_start;
+    bool m_keeping_short = false;
+    int m_next_checkpoint;  // pages of the log
     bool m_writable = false;
     bool m_immutable = false;
     std::uint64_t m_connection;  // counts those of the process
     struct stat m_file = {};     // st_ino is 0 for a store in memory
+    struct stat m_log = {};      // while the store may be written
 };
 
 /// A statement in use: bound, stepped through, and ready for the next use at the end.

@@ -28,6 +28,9 @@ std::vector<std::u16string> PathInClasses(RegistrySession& session, std::int64_t
             throw RegistryError{ERROR_KEY_DELETED};
         }
         names.push_back(std::move(name));
+        if (names.size() > kDeepestLevel) {
+            throw RegistryError{ERROR_REGISTRY_CORRUPT};  // keys that stand below themselves
+        }
     }
     std::reverse(names.begin(), names.end());
     return names;

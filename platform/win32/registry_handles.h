@@ -34,9 +34,10 @@ struct OpenKey final : Object {
 /// is unloaded; the next call makes a new one.
 class RegistrySession {
 public:
-    enum class For { Reading, Writing };
+    /// To open a key with rights to change it is not to write yet: what is missing is told first.
+    enum class For { Reading, Rights, Writing };
 
-    /// Throws RegistryError: also ERROR_ACCESS_DENIED when the store may not be written.
+    /// Throws RegistryError: also ERROR_ACCESS_DENIED when the store is for writing and may not be written.
     explicit RegistrySession(For what);
     RegistrySession(const RegistrySession&) = delete;
     RegistrySession& operator=(const RegistrySession&) = delete;

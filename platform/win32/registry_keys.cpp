@@ -41,6 +41,12 @@ REGSAM RightsOf(REGSAM access, bool writable) {
     return rights;
 }
 
+// How the store is used to open a key: one that could not be written before may be writable by now.
+For UseOf(REGSAM access) {
+    constexpr REGSAM more = GENERIC_WRITE | GENERIC_ALL | MAXIMUM_ALLOWED;
+    return access & (kRightsToChange | more) ? For::Rights : For::Reading;
+}
+
 HKEY HandleOf(RegistrySession& session, std::int64_t key, bool classes, REGSAM access) {
     auto open = std::make_shared<OpenKey>();
     open->key = key;
@@ -95,7 +101,7 @@ DWORD OpenOrCreate(HKEY key, const Names& names, std::u16string_view key_class, 
                    DWORD& disposition) {
     const KeyArgument argument(key);
     {
-        RegistrySession session(For::Reading);
+        RegistrySession session(UseOf(access));
         const ReadTransaction transaction(session.Database());
         const OpenKey& parent = argument.In(session, 0);
         if (const KeyView found = FindBelow(session, parent, names); found.key != 0) {
@@ -138,7 +144,7 @@ LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR path, DWORD, REGSAM access, PHKEY result
         }
         const Names names = NamesOf(path);
         const KeyArgument argument(key);
-        RegistrySession session(For::Reading);
+        RegistrySession session(UseOf(access));
         const ReadTransaction transaction(session.Database());
         const OpenKey& parent = argument.In(session, 0);
         const KeyView found = FindBelow(session, parent, names);

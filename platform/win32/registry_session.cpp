@@ -74,6 +74,9 @@ void Close() {
 }
 
 void Connect() {
+    if (g_connection) {
+        g_connection->database.RemoveLogLeftBehind();
+    }
     Close();
     const std::string prefix = Env().prefix;
     auto fresh = std::make_unique<Connection>(prefix.empty() ? prefix : prefix + "/registry.db");
@@ -88,15 +91,18 @@ void Connect() {
     g_connection = fresh.release();
 }
 
+// A thread that works with the store asks for handles: they are locked in this order only.
 void BeforeFork() {
     g_mutex.lock();
     if (g_connection) {
         g_connection->database.KeepLogAtClose();
         Close();
     }
+    LockHandles();
 }
 
 void AfterFork() {
+    UnlockHandles();
     g_mutex.unlock();
 }
 
@@ -117,7 +123,7 @@ RegistrySession::RegistrySession(For what) : m_lock(g_mutex) {
         g_fork_known = true;
     }
     if (!g_connection || !g_connection->database.IsCurrent() ||
-        (what == For::Writing && !g_connection->database.IsWritable())) {
+        (what != For::Reading && !g_connection->database.IsWritable())) {
         Connect();
     }
     if (what == For::Writing && !g_connection->database.IsWritable()) {

@@ -62,8 +62,14 @@ constexpr DWORD Characters(std::int64_t bytes) {
     return static_cast<DWORD>(static_cast<size_t>(bytes) / sizeof(WCHAR));
 }
 
+// Callers go down by the names they are given: one that is no part of a path would lead them elsewhere, or nowhere else
+// for ever.
 SubKey SubKeyOf(const Statement& row) {
-    return {row.Number(0), std::string(row.Bytes(1)), row.Name(2)};
+    SubKey found = {row.Number(0), std::string(row.Bytes(1)), row.Name(2)};
+    if (found.name.empty() || found.name.find_first_of(std::u16string_view(u"\\\0", 2)) != std::u16string::npos) {
+        throw RegistryError{ERROR_REGISTRY_CORRUPT};
+    }
+    return found;
 }
 
 // The first sub-key behind a name; of two of the same name the one of `view.key`.
@@ -127,6 +133,9 @@ std::int64_t FindSubKey(RegistryDatabase& database, std::int64_t parent, std::u1
 }
 
 std::int64_t FindKey(RegistryDatabase& database, std::int64_t start, std::span<const std::u16string_view> names) {
+    if (names.size() > kDeepestLevel) {
+        return 0;  // so deep stands nothing but a key of a damaged store that leads to itself
+    }
     std::int64_t key = start;
     for (const std::u16string_view name : names) {
         key = FindSubKey(database, key, name);
@@ -157,7 +166,7 @@ std::int64_t AddKey(RegistryDatabase& database, std::int64_t parent, std::u16str
         }
         level = read.Number(0) + 1;
     }
-    if (level > kDeepestLevel) {
+    if (level > std::int64_t{kDeepestLevel}) {
         throw RegistryError{ERROR_INVALID_PARAMETER};
     }
     const std::int64_t now = Now();

@@ -18,7 +18,7 @@ namespace kvtwin {
 /// The number of a key that holds nothing and cannot be written: a user without a hive in a store that is read-only.
 constexpr std::int64_t kEmptyKey = -1;
 
-constexpr int kDeepestLevel = 512;
+constexpr size_t kDeepestLevel = 512;
 
 /// What a handle shows: a key, and below HKEY_CLASSES_ROOT also the key that shows through it (else 0).
 struct KeyView {

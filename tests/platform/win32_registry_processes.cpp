@@ -1,6 +1,7 @@
 // Several processes and threads at one store; processes that are killed while they write.
 
 #include <poll.h>
+#include <pthread.h>
 #include <signal.h>
 #include <sqlite3.h>
 #include <sys/wait.h>
@@ -283,6 +284,66 @@ TEST(Win32RegistryProcesses, AForkWhileThreadsWriteLeavesTheChildAble) {
     EXPECT_EQ(errors, 0);
     for (int i = 0; i < 20; ++i) {
         EXPECT_EQ(Number(test.Key(), Numbered("child", i)), 7u);
+    }
+}
+
+std::atomic<bool> g_forking{false};
+
+TEST(Win32RegistryProcesses, AForkWaitsForAThreadThatLooksUpAHandle) {
+    TestKey test;
+    ASSERT_EQ(::pthread_atfork([] { g_forking = true; }, nullptr, nullptr), 0);
+    std::atomic<bool> locked{false};
+    std::thread other([&] {
+        kvtwin::LockHandles();
+        locked = true;
+        while (!g_forking) {
+        }
+        const auto moment = std::chrono::steady_clock::now() + std::chrono::milliseconds(5);
+        while (std::chrono::steady_clock::now() < moment) {
+        }
+        kvtwin::UnlockHandles();
+    });
+    while (!locked) {
+    }
+    const pid_t child = InChild([&] {
+        ::alarm(20);
+        return SetNumber(test.Key(), _T("v"), 7) == 0 ? 0 : 1;
+    });
+    other.join();
+    EXPECT_EQ(ExitCode(child), 0);
+    EXPECT_EQ(Number(test.Key(), _T("v")), 7u);
+}
+
+TEST(Win32RegistryProcesses, LogStaysShortWhileOthersReadAllTheTime) {
+    TestKey test;
+    const std::string bytes(600, 'b');
+    EXPECT_EQ(SetBytes(test.Key(), _T("v"), bytes), 0);
+    std::vector<pid_t> readers;
+    for (int i = 0; i < 6; ++i) {
+        readers.push_back(InChild([&] {
+            while (GetValue(test.Key(), _T("v")).error == 0) {
+            }
+            return 1;
+        }));
+    }
+    std::vector<pid_t> writers;
+    for (int i = 0; i < 4; ++i) {
+        writers.push_back(InChild([&] {
+            int errors = 0;
+            for (int n = 0; n < 6000; ++n) {
+                errors += SetBytes(test.Key(), _T("v"), bytes) != 0;
+            }
+            return errors == 0 ? 0 : 1;
+        }));
+    }
+    for (const pid_t writer : writers) {
+        EXPECT_EQ(ExitCode(writer), 0);
+    }
+    // Some 24,000 pages were written.
+    EXPECT_LT(std::filesystem::file_size(StorePath() + "-wal"), 12000u * 4096);
+    for (const pid_t reader : readers) {
+        ::kill(reader, SIGKILL);
+        EXPECT_EQ(ExitCode(reader), -1) << "it had ended by itself";
     }
 }
 

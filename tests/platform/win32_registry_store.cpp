@@ -10,6 +10,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "kvtfile/Registry.h"
 #include "platform/win32/environment.h"
 #include "platform/win32/registry_database.h"
 #include "platform/win32/registry_handles.h"
@@ -322,6 +323,69 @@ TEST_F(Win32RegistryStore, ReplacedStoreIsUsedAndHandlesOfTheOldOneAreError1018)
     fs::remove(StorePath() + ".kept");
 }
 
+TEST_F(Win32RegistryStore, CopyPutBackIsReadWithoutTheLogOfTheFileBefore) {
+    const std::string copy = StorePath() + ".copy";
+    FillStore();
+    fs::copy_file(StorePath(), copy);
+    {
+        const Handle key = Create(HKEY_CURRENT_USER, kPath + _T("\\Sub"));
+        EXPECT_EQ(SetBytes(key, _T("v1"), "newer"), 0);
+        EXPECT_EQ(CreateError(key, _T("Newer")), 0);
+    }
+    fs::rename(copy, StorePath());
+    const Handle key = Open(HKEY_CURRENT_USER, kPath + _T("\\Sub"));
+    EXPECT_EQ(GetValue(key, _T("v1")).bytes, "value 1");
+    EXPECT_EQ(SubKeys(key), std::vector<std::string>{});
+    EXPECT_EQ(SetBytes(key, _T("v1"), "newest"), 0);
+    kvtwin::CloseRegistryStore();
+    EXPECT_EQ(GetValue(key, _T("v1")).bytes, "newest");
+    EXPECT_EQ(OtherProgram().Text("PRAGMA integrity_check"), "ok");
+}
+
+TEST_F(Win32RegistryStore, CopyPutBackWithItsOwnLogIsReadWithIt) {
+    const std::string copy = StorePath() + ".copy";
+    {
+        const Handle key = Create(HKEY_CURRENT_USER, kPath);
+        EXPECT_EQ(SetBytes(key, _T("v"), "in the log"), 0);
+        fs::copy_file(StorePath(), copy);
+        fs::copy_file(StorePath() + "-wal", copy + "-wal");
+        EXPECT_EQ(SetBytes(key, _T("v"), "newer"), 0);
+    }
+    fs::remove(StorePath() + "-shm");
+    fs::rename(copy + "-wal", StorePath() + "-wal");
+    fs::rename(copy, StorePath());
+    const Handle key = Open(HKEY_CURRENT_USER, kPath);
+    EXPECT_EQ(GetValue(key, _T("v")).bytes, "in the log");
+}
+
+TEST_F(Win32RegistryStore, KeyThatStandsBelowItselfEndsEveryPath) {
+    const Handle key = Create(HKEY_CLASSES_ROOT, _T("kvtfile.Test\\Sub"));
+    const Handle plain = Open(HKEY_LOCAL_MACHINE, _T("Software\\Classes\\kvtfile.Test\\Sub"));
+    OtherProgram().Run("UPDATE key SET parent = id WHERE cast(name AS TEXT) = 'Sub'");
+    EXPECT_EQ(GetValue(key, _T("v")).error, LSTATUS{ERROR_REGISTRY_CORRUPT});
+    CString path = _T("Sub");
+    for (int level = 1; level < 512; ++level) {
+        path += _T("\\Sub");
+    }
+    EXPECT_EQ(OpenError(plain, path), 0);
+    EXPECT_EQ(OpenError(plain, path + _T("\\Sub")), LSTATUS{ERROR_FILE_NOT_FOUND});
+}
+
+TEST_F(Win32RegistryStore, NameThatIsNoPartOfAPathIsListedAsError1015) {
+    for (const char* name : {"x''", "x'5C00'", "x'61005C006200'", "x'0000'", "x'610000006200'"}) {
+        SCOPED_TRACE(name);
+        RemoveStore();
+        FillStore();
+        const Handle key = Open(HKEY_CURRENT_USER, kPath);
+        OtherProgram().Run(
+            (std::string("UPDATE key SET name = ") + name + " WHERE cast(name AS TEXT) = 'Sub'").c_str());
+        WCHAR text[10];
+        EXPECT_EQ(::RegEnumKeyW(key, 0, text, 10), LSTATUS{ERROR_REGISTRY_CORRUPT});
+        kvtfile::CFRegistry registry(0, 0);
+        EXPECT_EQ(registry.DeleteKey(kPath, 0), 0);
+    }
+}
+
 TEST_F(Win32RegistryStore, HandlesOutliveAClosedConnection) {
     const Handle key = Create(HKEY_CURRENT_USER, kPath);
     EXPECT_EQ(SetBytes(key, _T("v"), "1"), 0);
@@ -360,6 +424,20 @@ TEST_F(Win32RegistryStoreReadOnly, FileWithoutWriteRightIsReadAndWritesAreError5
     ExpectReadOnly();
     fs::permissions(StorePath(), fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_EQ(SetBytes(HKEY_CURRENT_USER, _T("v"), "1"), 0);
+}
+
+TEST_F(Win32RegistryStoreReadOnly, KeysAreOpenedForWritingAsSoonAsTheFileMayBeWritten) {
+    FillStore();
+    fs::permissions(StorePath(), fs::perms::owner_read);
+    EXPECT_EQ(OpenError(HKEY_CURRENT_USER, kPath), LSTATUS{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(OpenError(HKEY_CURRENT_USER, _T("none")), LSTATUS{ERROR_FILE_NOT_FOUND});
+    fs::permissions(StorePath(), fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_EQ(OpenError(HKEY_CURRENT_USER, kPath), 0);
+    fs::permissions(StorePath(), fs::perms::owner_read);
+    kvtwin::CloseRegistryStore();
+    EXPECT_EQ(CreateError(HKEY_CURRENT_USER, kPath), LSTATUS{ERROR_ACCESS_DENIED});
+    fs::permissions(StorePath(), fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_EQ(CreateError(HKEY_CURRENT_USER, kPath), 0);
 }
 
 TEST_F(Win32RegistryStoreReadOnly, FolderWithoutWriteRightIsReadAndWritesAreError5) {

@@ -38,6 +38,7 @@ constexpr int kLogPages = 1000;
 // at this length, that it comes to when many read all the time, those who read are waited for, but not for long.
 constexpr int kLongLogPages = 4 * kLogPages;
 constexpr std::chrono::milliseconds kKeepShortLimit{100};
+constexpr int kRecoveryTries = 1000;
 
 constinit std::atomic<std::uint64_t> g_connections = 0;
 
@@ -407,7 +408,13 @@ Statement& Statement::Bind(std::u16string_view name) {
 }
 
 bool Statement::Step() {
-    const int code = sqlite3_step(m_statement);
+    int code = sqlite3_step(m_statement);
+    // A process without the right to write cannot take up a log that another is just taking up.
+    for (int tries = 0; code == SQLITE_READONLY_RECOVERY && tries < kRecoveryTries; ++tries) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        sqlite3_reset(m_statement);
+        code = sqlite3_step(m_statement);
+    }
     if (code == SQLITE_ROW) {
         return true;
     }

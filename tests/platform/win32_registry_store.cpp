@@ -3,6 +3,7 @@
 
 #include <sqlite3.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -464,6 +465,46 @@ TEST_F(Win32RegistryStoreReadOnly, WhatAnotherWritesIsSeenByAReaderWithoutWriteR
     fs::permissions(kvtwin::Env().prefix, fs::perms::owner_read | fs::perms::owner_exec);
     const Handle key = Open(HKEY_CURRENT_USER, kPath + _T("\\Sub"), KEY_READ);
     EXPECT_EQ(GetValue(key, _T("v1")).bytes, "new");
+}
+
+TEST_F(Win32RegistryStoreReadOnly, LogThatIsBeingTakenUpIsWaitedFor) {
+    FillStore();
+    int done[2];
+    int next[2];
+    ASSERT_EQ(::pipe(done), 0);
+    ASSERT_EQ(::pipe(next), 0);
+    // In a process of its own: within one, all connections share the right to write the log.
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::alarm(20);
+        OtherProgram other;
+        char byte = 0;
+        for (const char* sql : {"UPDATE value SET data = x'6E6577'", "SELECT * FROM value"}) {
+            other.Run(sql);
+            if (::write(done[1], "d", 1) != 1 || ::read(next[0], &byte, 1) != 1) {
+                ::_exit(1);
+            }
+        }
+        ::_exit(0);
+    }
+    char byte = 0;
+    ASSERT_EQ(::read(done[0], &byte, 1), 1);
+    for (const char* end : {"", "-wal", "-shm"}) {
+        fs::permissions(StorePath() + end, fs::perms::owner_read);
+    }
+    const Handle key = Open(HKEY_CURRENT_USER, kPath + _T("\\Sub"), KEY_READ);
+    EXPECT_EQ(GetValue(key, _T("v1")).bytes, "new");
+    fs::permissions(StorePath() + "-shm", fs::perms::owner_read | fs::perms::owner_write);
+    std::fstream(StorePath() + "-shm", std::ios::binary | std::ios::in | std::ios::out) << std::string(100, '\0');
+    EXPECT_EQ(::write(next[1], "n", 1), 1);
+    EXPECT_EQ(GetValue(key, _T("v1")).bytes, "new");
+    EXPECT_EQ(::write(next[1], "n", 1), 1);
+    int status = -1;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    for (const int end : {done[0], done[1], next[0], next[1]}) {
+        ::close(end);
+    }
 }
 
 TEST_F(Win32RegistryStoreReadOnly, StoreThatCannotBeMadeReadsAsEmpty) {

@@ -181,7 +181,7 @@ void RegistryDatabase::Open() {
     }
     if (m_writable) {
         sqlite3_wal_hook(m_database, KeepLogShort, this);
-        if (::stat(LogPath().c_str(), &m_log) != 0) {
+        if (::stat(FilePath("-wal").c_str(), &m_log) != 0) {
             m_log = {};
         }
     }
@@ -197,13 +197,15 @@ void RegistryDatabase::OpenWithoutLog() {
     }
 }
 
-std::string RegistryDatabase::LogPath() const {
-    return m_path + "-wal";
+// Where the file is when the path is a link to it: the log is there too.
+std::string RegistryDatabase::FilePath(const char* end) const {
+    const char* path = sqlite3_db_filename(m_database, "main");
+    return std::string(path ? path : "") + end;
 }
 
 bool RegistryDatabase::HasLog() const {
     struct stat status;
-    return ::stat(LogPath().c_str(), &status) == 0;
+    return ::stat(FilePath("-wal").c_str(), &status) == 0;
 }
 
 // Called after each commit. The commit is done: nothing that happens here is its failure.
@@ -223,15 +225,18 @@ int RegistryDatabase::KeepLogShort(void* self, sqlite3* database, const char* na
 
 // The lock is that of the file that was open and of its log: of all that had it open, one takes the log away.
 void RegistryDatabase::RemoveLogLeftBehind() noexcept {
-    struct stat now;
-    if (!m_writable || m_log.st_ino == 0 || (::stat(m_path.c_str(), &now) == 0 && SameFile(now, m_file))) {
+    if (!m_writable || m_log.st_ino == 0) {
         return;
     }
     try {
+        struct stat now;
+        if (::stat(FilePath().c_str(), &now) == 0 && SameFile(now, m_file)) {
+            return;  // another link
+        }
         const WriteTransaction lock(*this);
-        if (::stat(LogPath().c_str(), &now) == 0 && SameFile(now, m_log)) {
-            ::unlink(LogPath().c_str());
-            ::unlink((m_path + "-shm").c_str());
+        if (::stat(FilePath("-wal").c_str(), &now) == 0 && SameFile(now, m_log)) {
+            ::unlink(FilePath("-wal").c_str());
+            ::unlink(FilePath("-shm").c_str());
         }
     } catch (const RegistryError&) {
         // What stands there is left to the one who put the file in its place.

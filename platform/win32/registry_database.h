@@ -73,7 +73,7 @@ private:
     int OpenFile(const std::string& name, int flags);
     void OpenInMemory();
     void OpenWithoutLog();
-    std::string LogPath() const;
+    std::string FilePath(const char* end = "") const;
     bool HasLog() const;
     static int KeepLogShort(void* self, sqlite3*, const char*, int pages);
     static int WaitForOthers(void* self, int tries);

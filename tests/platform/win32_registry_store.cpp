@@ -359,6 +359,28 @@ TEST_F(Win32RegistryStore, CopyPutBackWithItsOwnLogIsReadWithIt) {
     EXPECT_EQ(GetValue(key, _T("v")).bytes, "in the log");
 }
 
+TEST_F(Win32RegistryStore, LinkThatLeadsElsewhereLeavesTheLogOfTheFileBefore) {
+    const std::string folder = std::string(kvtwin::Env().prefix) + "/elsewhere";
+    fs::create_directory(folder);
+    for (const char* name : {"/one", "/two"}) {
+        fs::remove(StorePath());
+        fs::create_symlink(folder + name, StorePath());
+        FillStore();
+    }
+    const Handle key = Open(HKEY_CURRENT_USER, kPath + _T("\\Sub"));
+    EXPECT_EQ(SetBytes(key, _T("v1"), "two's"), 0);
+    OtherProgram other;
+    EXPECT_EQ(other.Text("SELECT count(*) FROM value"), "3");
+    fs::remove(StorePath());
+    fs::create_symlink(folder + "/one", StorePath());
+    const Handle one = Open(HKEY_CURRENT_USER, kPath + _T("\\Sub"));
+    EXPECT_EQ(GetValue(one, _T("v1")).bytes, "value 1");
+    EXPECT_TRUE(fs::exists(folder + "/two-wal"));
+    EXPECT_EQ(other.Text("SELECT count(*) FROM value WHERE data = x'74776F2773'"), "1");
+    RemoveStore();
+    fs::remove_all(folder);
+}
+
 TEST_F(Win32RegistryStore, KeyThatStandsBelowItselfEndsEveryPath) {
     const Handle key = Create(HKEY_CLASSES_ROOT, _T("kvtfile.Test\\Sub"));
     const Handle plain = Open(HKEY_LOCAL_MACHINE, _T("Software\\Classes\\kvtfile.Test\\Sub"));
@@ -465,6 +487,23 @@ TEST_F(Win32RegistryStoreReadOnly, WhatAnotherWritesIsSeenByAReaderWithoutWriteR
     fs::permissions(kvtwin::Env().prefix, fs::perms::owner_read | fs::perms::owner_exec);
     const Handle key = Open(HKEY_CURRENT_USER, kPath + _T("\\Sub"), KEY_READ);
     EXPECT_EQ(GetValue(key, _T("v1")).bytes, "new");
+}
+
+TEST_F(Win32RegistryStoreReadOnly, LogOfAStoreThatALinkLeadsToIsRead) {
+    FillStore();
+    const std::string folder = std::string(kvtwin::Env().prefix) + "/elsewhere";
+    fs::create_directory(folder);
+    fs::rename(StorePath(), folder + "/store");
+    fs::create_symlink(folder + "/store", StorePath());
+    {
+        OtherProgram other;
+        other.Run("UPDATE value SET data = x'6E6577'");
+        fs::permissions(folder + "/store", fs::perms::owner_read);
+        const Handle key = Open(HKEY_CURRENT_USER, kPath + _T("\\Sub"), KEY_READ);
+        EXPECT_EQ(GetValue(key, _T("v1")).bytes, "new");
+    }
+    RemoveStore();
+    fs::remove_all(folder);
 }
 
 TEST_F(Win32RegistryStoreReadOnly, LogThatIsBeingTakenUpIsWaitedFor) {

@@ -32,8 +32,8 @@ constexpr char kBeginImmediate[] = "BEGIN IMMEDIATE";
 constexpr char kCommit[] = "COMMIT";
 constexpr char kRollback[] = "ROLLBACK";
 
-// The log is carried over into the file each time that it has grown by so much. It then begins anew, unless somebody
-// reads just then;
+// From this length on the log is carried over into the file at each commit. It then begins anew, unless somebody reads
+// just then;
 constexpr int kLogPages = 1000;
 // at this length, that it comes to when many read all the time, those who read are waited for, but not for long.
 constexpr int kLongLogPages = 4 * kLogPages;
@@ -96,7 +96,7 @@ bool SameFile(const struct stat& one, const struct stat& other) {
 std::chrono::milliseconds RegistryDatabase::busy_limit{30000};
 
 RegistryDatabase::RegistryDatabase(const std::string& path)
-    : m_path(path), m_next_checkpoint(kLogPages), m_connection(++g_connections) {
+    : m_path(path), m_long_log(kLongLogPages), m_connection(++g_connections) {
     const auto start = std::chrono::steady_clock::now();
     if (!m_path.empty()) {
         MakeFolders(ParentOf(m_path));
@@ -212,13 +212,17 @@ bool RegistryDatabase::HasLog() const {
 int RegistryDatabase::KeepLogShort(void* self, sqlite3* database, const char* name, int pages) {
     auto& store = *static_cast<RegistryDatabase*>(self);
     if (pages < kLogPages) {
-        store.m_next_checkpoint = kLogPages;
-    } else if (pages >= store.m_next_checkpoint) {
-        const int mode = pages < kLongLogPages ? SQLITE_CHECKPOINT_PASSIVE : SQLITE_CHECKPOINT_TRUNCATE;
-        store.m_keeping_short = true;
-        sqlite3_wal_checkpoint_v2(database, name, mode, nullptr, nullptr);
-        store.m_keeping_short = false;
-        store.m_next_checkpoint = pages + kLogPages;
+        store.m_long_log = kLongLogPages;
+        return SQLITE_OK;
+    }
+    const bool is_long = pages >= store.m_long_log;
+    const auto start = std::chrono::steady_clock::now();
+    store.m_keeping_short = is_long;
+    sqlite3_wal_checkpoint_v2(database, name, is_long ? SQLITE_CHECKPOINT_RESTART : SQLITE_CHECKPOINT_PASSIVE, nullptr,
+                              nullptr);
+    store.m_keeping_short = false;
+    if (is_long && std::chrono::steady_clock::now() - start >= kKeepShortLimit) {
+        store.m_long_log = pages + kLogPages;  // somebody reads on and on: the next commits need not wait too
     }
     return SQLITE_OK;
 }

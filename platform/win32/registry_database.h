@@ -88,7 +88,7 @@ private:
     std::vector<std::pair<const char*, sqlite3_stmt*>> m_statements;
     std::chrono::steady_clock::time_point m_wait_start;
     bool m_keeping_short = false;
-    int m_next_checkpoint;  // pages of the log
+    int m_long_log;  // pages of the log at which those who read are waited for
     bool m_writable = false;
     bool m_immutable = false;
     std::uint64_t m_connection;  // counts those of the process

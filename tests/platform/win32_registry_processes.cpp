@@ -340,7 +340,7 @@ TEST(Win32RegistryProcesses, LogStaysShortWhileOthersReadAllTheTime) {
         EXPECT_EQ(ExitCode(writer), 0);
     }
     // Some 24,000 pages were written.
-    EXPECT_LT(std::filesystem::file_size(StorePath() + "-wal"), 12000u * 4096);
+    EXPECT_LT(std::filesystem::file_size(StorePath() + "-wal"), 18000u * 4096);
     for (const pid_t reader : readers) {
         ::kill(reader, SIGKILL);
         EXPECT_EQ(ExitCode(reader), -1) << "it had ended by itself";

@@ -21,5 +21,7 @@ configure_package_config_file(cmake/kvtfile-config.cmake.in ${PROJECT_BINARY_DIR
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/kvtfile-config-version.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/kvtfile-config.cmake ${PROJECT_BINARY_DIR}/kvtfile-config-version.cmake
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kvtfile)
+# The prefix is told from where the file lies, so that it holds after "cmake --install --prefix" and after a move.
+string(REGEX REPLACE "[^/]+" ".." kvtfile_prefix_from_pc "/${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 configure_file(cmake/kvtfile.pc.in ${PROJECT_BINARY_DIR}/kvtfile.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/kvtfile.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # The main job on real input, step by step: an installed settings file is opened through its working copy, changed, and
 # takes in what a newer installed file brings; XML documents that others wrote are edited in one place; an add-on is
-# registered with a CAD host, on sample registries. Every step is checked; the script fails when one does not hold. It installs the packages it needs, builds in build/demo, and works
-# in a folder of its own.
+# registered with a CAD host, on sample registries. Every step is checked; the script fails when one does not hold. It
+# installs the packages it needs, builds in build/demo, and works in a folder of its own.
 #
 #   scripts/demo.sh
 set -euo pipefail
@@ -39,7 +39,7 @@ expect() {
     say "checked: $1"
 }
 
-step "Building the command"
+step "Building the command (some minutes on a small machine)"
 if ! { cmake -S "$here" -B "$here/build/demo" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKVTFILE_BUILD_TESTS=OFF \
     -DKVTFILE_BUILD_EXAMPLES=OFF && cmake --build "$here/build/demo"; } >"$work/build.log" 2>&1; then
     tail -n 40 "$work/build.log"

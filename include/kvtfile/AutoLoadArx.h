@@ -64,7 +64,9 @@ public:
     /// Writes that fail are not reported, the registration is then partial; values of a key that could not be made are
     /// left out.
     /// @param cmds Command names; not changed. @param group Command group, empty: none.
-    /// @param loadCtrls The host's load-control flags, stored as given.
+    /// @param loadCtrls When the host loads it, stored as given. A sum of 1: when a drawing holds its objects, 2: when
+    /// the host starts, 4: when one of its commands is called, 8: when it is asked for, 16: never, 32: without being
+    /// shown; 0: not by itself.
     /// @return 0 when the folder of modules is not set (a message box says "应用程序路径未设置!") or no product key is
     ///         known; nothing is written then.
     int AddAutoArx(CString app, CStringArray& cmds, CString group, int loadCtrls);

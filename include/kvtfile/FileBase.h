@@ -46,8 +46,7 @@ public:
 
     /// Remembers the path, calls Reset and loads the file.
     /// @return False: the file could not be opened, or ends too early, or is damaged. A file with another sign or
-    /// version is no
-    ///     failure: it leaves IsCanRead 0.
+    ///     version is no failure: it leaves IsCanRead 0.
     bool ReadFile(CString strFile);
     /// Stores into a file; an empty argument means the path remembered from the last ReadFile or WriteFile. The file is
     /// written beside and put in place in one step: when anything fails, an existing file is what it was.

@@ -31,9 +31,8 @@ class KVTFILE_API CFRegistry : public CObject {
 
 public:
     /// @param bLocalMachine Non-zero: the current key is HKEY_LOCAL_MACHINE; 0: HKEY_CURRENT_USER.
-    /// @param bReadOnly Non-zero: every Write, CreateKey and DeleteKey returns 0 at once without touching the registry
-    /// or
-    ///     the status, and Open and VerifyKey ask for read access alone.
+    /// @param bReadOnly Non-zero: every Write, CreateKey and DeleteKey returns 0 at once, the registry and the status
+    ///     untouched, and Open and VerifyKey ask for read access alone.
     explicit CFRegistry(int bLocalMachine = 1, int bReadOnly = 0);
     /// Closes the current key.
     ~CFRegistry() override;
@@ -73,8 +72,7 @@ public:
     /// Status: error of the deletion, type and size 0; nothing when the key cannot be opened or the path is empty.
     virtual int DeleteKey(LPCWSTR pszPath, int nFlag);
 
-    // --- Writing: all return 0 at once when this object is read-only
-    // --------------------------------------------------
+    // --- Writing: all return 0 at once when this object is read-only -----------------------------------------------
 
     /// REG_BINARY: class record and object, as CArchive::WriteObject stores them (null too). The object stays the
     /// caller's.
@@ -117,8 +115,7 @@ public:
     /// Status: error; type 4; size 4.
     virtual int Write(LPCWSTR pszName, int nValue);
 
-    // --- Reading: whether or not this object is read-only
-    // -------------------------------------------------------------
+    // --- Reading: whether or not this object is read-only ----------------------------------------------------------
 
     /// Loads an object stored by Write(name, CObject*), the caller's to delete; null when a null was stored. On failure
     /// `pObj` is what it was.

@@ -52,6 +52,20 @@ TEST_F(CfgCommand, OpenNamesThePlaceOfAnError) {
            "'DATA' at offset 9\n  Correct the document there; 'kvtfile xml tree' shows how it was read.\n");
 }
 
+TEST_F(CfgCommand, AnotherDocumentIsNoSettingsFile) {
+    const char* document = "<plan><title>a</title></plan>";
+    Write(_T("p.xml"), document);
+    const std::string error =
+        "kvtfile: p.xml: no settings file: the root element is 'plan', not 'CONFIG'\n"
+        "  Name a settings file; 'kvtfile xml' works on any XML document.\n";
+    Expect({"cfg", "list", "p.xml"}, 3, "", error);
+    Expect({"cfg", "get", "p.xml", "A"}, 3, "", error);
+    Expect({"cfg", "set", "p.xml", "A", "1", "--create"}, 3, "", error);
+    Expect({"cfg", "set-class", "p.xml", "A", "--create"}, 3, "", error);
+    Expect({"cfg", "delete", "p.xml", "A"}, 3, "", error);
+    EXPECT_EQ(Read(_T("p.xml")), document);
+}
+
 // ---- list and get
 
 TEST_F(CfgCommand, ListShowsClassesAndDataUnderAPath) {
@@ -167,7 +181,9 @@ TEST_F(CfgCommand, SetClassChangesAndAddsClasses) {
     Write(_T("s.xml"), kSettings);
     Expect({"cfg", "set-class", "s.xml", "Display.Colors", "--text", "Colours"}, 0, "s.xml: [Display.Colors] set\n");
     EXPECT_EQ(Read(_T("s.xml")), Replaced("key=\"Colors\" text=\"\"", "key=\"Colors\" text=\"Colours\""));
-    Expect({"cfg", "set-class", "s.xml", "Printer.Tray"}, 1, "",
+    Expect({"cfg", "set-class", "s.xml", "Display.Colors"}, 2, "",
+           "kvtfile: nothing to set\n  Give --text, --extend or --create.\n");
+    Expect({"cfg", "set-class", "s.xml", "Printer.Tray", "--text", "Trays"}, 1, "",
            "kvtfile: s.xml: no class 'Printer'\n  Add --create to add what is missing.\n");
     Expect({"cfg", "set-class", "s.xml", "Printer.Tray", "--text", "Trays", "--create"}, 0,
            "s.xml: [Printer.Tray] set\n");

@@ -13,7 +13,10 @@ TEST_F(Command, WithoutAVerbIsWrongUsage) {
 }
 
 TEST_F(Command, UnknownVerbIsWrongUsage) {
-    Expect({"frob"}, 2, "", "kvtfile: A subcommand is required\n  See: kvtfile --help\n");
+    Expect({"frob"}, 2, "", "kvtfile: There is no subcommand 'frob'\n  See: kvtfile --help\n");
+    Expect({"xml", "frob", "a.xml"}, 2, "", "kvtfile: There is no subcommand 'frob'\n  See: kvtfile xml --help\n");
+    Expect({"xml", "--frob"}, 2, "",
+           "kvtfile: The following argument was not expected: --frob\n  See: kvtfile xml --help\n");
 }
 
 TEST_F(Command, MissingAndSuperfluousArgumentsAreWrongUsage) {
@@ -25,6 +28,7 @@ TEST_F(Command, MissingAndSuperfluousArgumentsAreWrongUsage) {
 TEST_F(Command, HelpShowsExamplesOnTheCommandAndOnEveryVerb) {
     const std::vector<std::vector<std::string>> verbs = {
         {},
+        {"xml"},
         {"xml", "check"},
         {"xml", "tree"},
         {"xml", "get"},

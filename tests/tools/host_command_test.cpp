@@ -155,7 +155,7 @@ TEST_F(HostCommand, ArxDryRunTellsWhatIsWrittenInEveryLayout) {
                 const std::string foreseen = Output(dryRun);
                 Output(add);
                 const std::string status = Output({"arx", "status", "墙", "--release", release});
-                EXPECT_EQ(status, foreseen + "loaded 0x00\n");
+                EXPECT_EQ(status, foreseen + "loaded 0x00: not by itself\n");
                 Output({"arx", "remove", "墙", "--release", release});
             }
         }
@@ -178,17 +178,17 @@ TEST_F(HostCommand, ArxTellsOfARegistrationThatIsNotWhole) {
     dryRun.push_back("--dry-run");
     const std::string foreseen = Output(dryRun);
     Output(add);
-    EXPECT_EQ(Output({"arx", "status", "Walls", "--release", "2020"}), foreseen + "loaded 0x00\n");
+    EXPECT_EQ(Output({"arx", "status", "Walls", "--release", "2020"}), foreseen + "loaded 0x00: not by itself\n");
 }
 
 TEST_F(HostCommand, ArxRefusesWrongUse) {
     Expect({"arx", "status", "Walls", "--release", "2020"}, 1, "",
-           "kvtfile: the release 2020 is not installed\n  'kvtfile host list' lists the installed hosts. Registering "
-           "needs "
-           "the right to write their keys.\n");
+           "kvtfile: the release 2020 is not installed\n  'kvtfile host list' lists the installed hosts.\n");
     Expect({"arx", "status", "Walls", "--release", "1999"}, 2, "",
            "kvtfile: there is no release '1999'\n  The AutoCAD release: R14, 2000, Map2000, 2002, Map6, 2004 to 2022, "
            "Map2004 to Map2006\n");
+    Expect({"arx", "add", "A", "--release", "2020", "--folder", "C:\\", "--command", " "}, 2, "",
+           "kvtfile: ' ' is no command name\n  Give a name, or leave --command out.\n");
     Expect({"arx", "remove", "A\\B", "--release", "2020"}, 2, "",
            "kvtfile: 'A\\B' is no application name\n  Give a name of at most 255 characters, without backslashes.\n");
     for (const std::string& name : {std::string(), std::string(" "), std::string(" \t"), std::string(256, 'x')}) {

@@ -52,6 +52,15 @@ TEST_F(RegCommand, AddMakesKeysAndValues) {
            "[" + std::string(kKey) + "]\nWidth = REG_DWORD 800\n[" + Beneath("Deep") + "]\n");
 }
 
+#ifndef _WIN32
+// Wine makes such a key.
+TEST_F(RegCommand, AddTellsWhichKeysTheSystemMakes) {
+    Expect({"reg", "add", "HKLM\\kvtfile-reg-command"}, 3, "",
+           "kvtfile: HKEY_LOCAL_MACHINE\\kvtfile-reg-command: " + Utf8(SystemText(ERROR_INVALID_PARAMETER)) +
+               "\n  No key can be made right below HKLM or HKU, nor more than 512 levels deep.\n");
+}
+#endif
+
 TEST_F(RegCommand, EveryTypeIsWrittenAndShown) {
     const struct {
         const char* type;

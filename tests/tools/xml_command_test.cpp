@@ -88,6 +88,11 @@ TEST_F(XmlCommand, TreeIndentsElements) {
     Expect({"xml", "tree", "a.xml"}, 0, "drawing\n  title\n  layer\n  layer\n    style\n");
     Expect({"xml", "tree", "a.xml", "--depth", "2"}, 0, "drawing\n  title\n  layer\n  layer ...\n");
     Expect({"xml", "tree", "a.xml", "--depth", "1"}, 0, "drawing ...\n");
+    for (const char* depth : {"0", "-1", "all"}) {
+        Expect({"xml", "tree", "a.xml", "--depth", depth}, 2, "",
+               "kvtfile: --depth: Value " + std::string(depth) +
+                   " not in range 1 to 2147483647\n  See: kvtfile xml tree --help\n");
+    }
 }
 
 TEST_F(XmlCommand, TreeShowsAttributesAndDataOnRequest) {

@@ -47,6 +47,9 @@ constexpr LoadControl kLoadControls[] = {
 
 /// "0x06: when the host starts; when one of its commands is called".
 std::string SpelledOut(int controls) {
+    if (controls == 0) {
+        return "0x00: not by itself";
+    }
     CString number;
     number.Format(_T("0x%02x"), controls);
     std::string text = Utf8(number);
@@ -107,9 +110,13 @@ public:
         const kvtfile::ACADVER release = ParseRelease(options.release);
         RequireRegistry();
         if (SetAcadVer(release) == 0 || m_strAcadRegKey.IsEmpty()) {
-            throw Failure(
-                exitRefused, "the release " + options.release + " is not installed",
-                "'kvtfile host list' lists the installed hosts. Registering needs the right to write their keys.");
+            // The registration looks for keys that it may write; looking alone finds those that it may only read.
+            if (CString key; kvtfile::GetAcadRegKey(key, release) != 0) {
+                throw Failure(exitRefused, "the keys of the release " + options.release + " may not be written",
+                              "Registering, and looking at a registration, needs the right to do so.");
+            }
+            throw Failure(exitRefused, "the release " + options.release + " is not installed",
+                          "'kvtfile host list' lists the installed hosts.");
         }
         if (!options.softKey.empty()) {
             SetSoftRegKey(Backslashed(options.softKey));
@@ -259,6 +266,18 @@ bool IsWritten(const std::vector<RegFileKey>& plan) {
 
 // ---- verbs
 
+/// The commands to register. White space around them is dropped; one of nothing else would be an unnamed value.
+void ListCommands(const Options& options, CStringArray& commands) {
+    for (const std::string& given : options.commands) {
+        CString command = Wide(given);
+        command.Trim();
+        if (command.IsEmpty()) {
+            throw Failure(exitUsage, "'" + given + "' is no command name", "Give a name, or leave --command out.");
+        }
+        commands.Add(command);
+    }
+}
+
 void Add(const Options& options) {
     const int controls = ParseControls(options.load);
     if (options.folder.empty()) {
@@ -267,11 +286,9 @@ void Add(const Options& options) {
     if (options.moduleGiven && options.module.empty()) {
         throw Failure(exitUsage, "'' is no module name", "Give the file's name without .arx.");
     }
-    Registration registration(options);
     CStringArray commands;
-    for (const std::string& command : options.commands) {
-        commands.Add(Wide(command));
-    }
+    ListCommands(options, commands);
+    Registration registration(options);
     const std::vector<RegFileKey> plan = Plan(registration, options, controls);
     if (options.dryRun) {
         PrintKeys(plan);
@@ -366,6 +383,9 @@ AddedVerb AddArxVerb(CLI::App& arx, const char* name, const char* description, c
 void AddArxVerbs(CLI::App& command) {
     CLI::App* arx = command.add_subcommand("arx", "Register add-ons that AutoCAD loads by itself");
     arx->require_subcommand(1);
+    arx->footer(
+        "Registrations stand below HKEY_LOCAL_MACHINE; writing them needs the right to do so. 'kvtfile host list'\n"
+        "lists the installed releases.");
     {
         const AddedVerb added = AddArxVerb(
             *arx, "add", "Register an application",
@@ -377,7 +397,8 @@ void AddArxVerbs(CLI::App& command) {
         added.verb->add_option("--command", added.options->commands, "A command; may be repeated");
         added.verb->add_option(
             "--load", added.options->load,
-            "When it is loaded: proxy, startup, command, request, never, transparent; may be repeated");
+            "When it is loaded: proxy, startup, command, request, never, transparent; may be repeated (without: not "
+            "by itself)");
         added.verb->add_flag("--dry-run", added.options->dryRun, "Print what would be written, and write nothing");
     }
     {

@@ -33,6 +33,7 @@ struct Opened {
     explicit Opened(const Options& options, bool create = false)
         : settings(FileName(options.file), options.inPlace ? OpenMode::inPlace : OpenMode::redirected, create) {
         settings.NoteRedirection();
+        settings.RequireRoot();
     }
     Settings settings;
 };
@@ -153,6 +154,9 @@ void Set(const Options& options) {
 }
 
 void SetClass(const Options& options) {
+    if (options.values.empty() && !options.create) {
+        throw Failure(exitUsage, "nothing to set", "Give --text, --extend or --create.");
+    }
     RequireTexts(options);
     Opened opened(options);
     Settings& settings = opened.settings;

@@ -14,8 +14,8 @@ namespace {
 
 constexpr const char* kFooter =
     "A path is relative, C:\\folder\\file or, off Windows, /folder/file; drives stand in the prefix there\n"
-    "($KVTFILE_PREFIX, else ~/.local/share/kvtfile). A value that begins with '-' follows a '--' of its own or is\n"
-    "joined to its option: --data=-5.\n"
+    "($KVTFILE_PREFIX, else $XDG_DATA_HOME/kvtfile, else ~/.local/share/kvtfile). A value that begins with '-'\n"
+    "follows a '--' of its own or is joined to its option: --data=-5.\n"
     "\n"
     "Exit codes: 0 done, 1 not found or refused, 2 wrong usage, 3 file or format error.\n"
     "\n"
@@ -36,6 +36,16 @@ std::string RecognisedVerb(const CLI::App& app) {
         name += " " + at->get_name();
     }
     return name;
+}
+
+/// What is wrong with a command line, by name where a subcommand was expected.
+std::string UsageError(const CLI::App& app, const CLI::ParseError& error) {
+    const std::vector<std::string> unknown = app.remaining(true);
+    if (error.get_name() != "RequiredError" || unknown.empty()) {
+        return error.what();
+    }
+    return unknown.front()[0] == '-' ? "The following argument was not expected: " + unknown.front()
+                                     : "There is no subcommand '" + unknown.front() + "'";
 }
 
 }  // namespace
@@ -70,7 +80,7 @@ int Run(std::vector<std::string> arguments) {
     } catch (const CLI::Success& answer) {
         return app.exit(answer);
     } catch (const CLI::ParseError& error) {
-        ReportLine(error.what(), "See: " + RecognisedVerb(app) + " --help");
+        ReportLine(UsageError(app, error), "See: " + RecognisedVerb(app) + " --help");
         return exitUsage;
     } catch (const Failure& failure) {
         ReportLine(failure.what(), failure.Advice());

@@ -178,6 +178,7 @@ void List(bool json) {
 void AddHostVerbs(CLI::App& command) {
     CLI::App* host = command.add_subcommand("host", "Tell which CAD hosts are installed");
     host->require_subcommand(1);
+    host->footer("What is installed is read from the registry; 'kvtfile reg import' takes in that of another machine.");
     CLI::App* verb = AddVerb(*host, "list", "List the installed hosts with their keys and folders",
                              "  kvtfile host list\n"
                              "  kvtfile host list --json");

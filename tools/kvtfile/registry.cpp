@@ -68,6 +68,9 @@ Failure RegistryFailure(const std::string& what, LONG error) {
                            "'kvtfile reg query' lists the keys beneath a key.");
         case ERROR_ACCESS_DENIED:
             return Failure(exitRefused, what + ": " + ErrorText(error), "Look at the rights to the registry.");
+        case ERROR_INVALID_PARAMETER:
+            return Failure(exitFormat, what + ": " + ErrorText(error),
+                           "No key can be made right below HKLM or HKU, nor more than 512 levels deep.");
         default:
             return Failure(exitFormat, what + ": " + ErrorText(error),
                            "Look at the registry: its place, its rights and the room left.");

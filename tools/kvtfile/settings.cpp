@@ -115,6 +115,18 @@ void Settings::NoteRedirection() const {
     }
 }
 
+void Settings::RequireRoot() {
+    if (Has(CString(), true)) {
+        return;
+    }
+    m_xmlFile.ResetPos();
+    m_xmlFile.FindElem();
+    throw Failure(exitFormat,
+                  Shown() + ": no settings file: the root element is '" + Utf8(m_xmlFile.GetTagName()) + "', not '" +
+                      Utf8(GetConst().strRootTag) + "'",
+                  "Name a settings file; 'kvtfile xml' works on any XML document.");
+}
+
 std::vector<SettingsItem> Settings::List(const CString& path, bool recursive) {
     const CString separator = GetConst().strPathSign;
     const auto childPath = [&](const CString& parent, const CString& key) {

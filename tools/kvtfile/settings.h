@@ -57,6 +57,8 @@ public:
     bool IsRedirected() const { return m_file.full.CompareNoCase(m_strFile) != 0; }
     /// Says on standard error which file was opened, when it is not the one named.
     void NoteRedirection() const;
+    /// Ends the verb unless the document's root element is that of a settings file.
+    void RequireRoot();
 
     /// What is directly under a node, or all beneath it: classes before data, each class followed by what is in it.
     /// A class that no path can address is listed and not entered. A failure when there is no such node.

@@ -225,6 +225,12 @@ void AddJson(CLI::App* verb, Options& options) {
 void AddXmlVerbs(CLI::App& command) {
     CLI::App* xml = command.add_subcommand("xml", "Look at, change and convert XML documents");
     xml->require_subcommand(1);
+    xml->footer(
+        "An element path is /root/child[2]/grandchild; [n] counts the siblings of that name from 1.\n"
+        "\n"
+        "Examples:\n"
+        "  kvtfile xml check drawing.xml\n"
+        "  kvtfile xml get drawing.xml '/drawing/layers/layer[2]' --attrib name");
 
     {
         const auto [verb, options] =
@@ -240,7 +246,8 @@ void AddXmlVerbs(CLI::App& command) {
                                                  "  kvtfile xml tree drawing.xml /drawing/layers --attribs --data",
                                                  Tree);
         verb->add_option("PATH", options->path, "The element to begin with (default: the whole document)");
-        verb->add_option("--depth", options->depth, "Print so many levels")->check(CLI::PositiveNumber);
+        verb->add_option("--depth", options->depth, "Print so many levels")
+            ->check(CLI::Range(1, std::numeric_limits<int>::max()));
         verb->add_flag("--attribs", options->attribs, "Show attributes");
         verb->add_flag("--data", options->showData, "Show data, cut after 60 characters");
         AddJson(verb, *options);

@@ -112,7 +112,8 @@ int CFRegistry::DeleteKey(LPCWSTR pszPath, int nFlag) {
     CString child;
     DWORD error = registry::EnumKey(key.m_hKey, 0, child);
     while (error == ERROR_SUCCESS) {
-        if (!DeleteKey(path + _T("\\") + child, nFlag)) {
+        // A name that begins with a NUL, which other calls of the system can make, is no path: it would lead back here.
+        if (child[0] == 0 || !DeleteKey(path + _T("\\") + child, nFlag)) {
             return 0;
         }
         error = registry::EnumKey(key.m_hKey, 0, child);

@@ -100,7 +100,8 @@ int ParseControls(const std::vector<std::string>& words) {
 /// The registration of a release, found and ready; a failure when the release is not installed.
 class Registration : public CAutoLoadArx {
 public:
-    explicit Registration(const Options& options) : m_options(options) {
+    /// @param writes Whether keys will be written, or looked at alone.
+    Registration(const Options& options, bool writes) : m_options(options) {
         m_app = Wide(options.app);
         m_app.Trim();
         if (m_app.IsEmpty() || m_app.Find('\\') >= 0 || m_app.GetLength() > kMaxKeyName) {
@@ -111,12 +112,16 @@ public:
         RequireRegistry();
         if (SetAcadVer(release) == 0 || m_strAcadRegKey.IsEmpty()) {
             // The registration looks for keys that it may write; looking alone finds those that it may only read.
-            if (CString key; kvtfile::GetAcadRegKey(key, release) != 0) {
-                throw Failure(exitRefused, "the keys of the release " + options.release + " may not be written",
-                              "Registering, and looking at a registration, needs the right to do so.");
+            CString key;
+            if (kvtfile::GetAcadRegKey(key, release) == 0) {
+                throw Failure(exitRefused, "the release " + options.release + " is not installed",
+                              "'kvtfile host list' lists the installed hosts.");
             }
-            throw Failure(exitRefused, "the release " + options.release + " is not installed",
-                          "'kvtfile host list' lists the installed hosts.");
+            if (writes) {
+                throw Failure(exitRefused, "the keys of the release " + options.release + " may not be written",
+                              "Registering needs the right to do so; 'kvtfile arx status' only reads.");
+            }
+            m_strAcadRegKey = key;
         }
         if (!options.softKey.empty()) {
             SetSoftRegKey(Backslashed(options.softKey));
@@ -264,6 +269,12 @@ bool IsWritten(const std::vector<RegFileKey>& plan) {
     return true;
 }
 
+/// The number of a "LoadCtrls" value; 0 when it is none.
+int LoadControlsOf(const RegFileValue& value) {
+    const Json data = value.type == REG_DWORD ? ValueJson(value)["data"] : Json(nullptr);
+    return data.is_number() ? static_cast<int>(data.get<DWORD>()) : 0;
+}
+
 // ---- verbs
 
 /// The commands to register. White space around them is dropped; one of nothing else would be an unnamed value.
@@ -288,7 +299,7 @@ void Add(const Options& options) {
     }
     CStringArray commands;
     ListCommands(options, commands);
-    Registration registration(options);
+    Registration registration(options, !options.dryRun);
     const std::vector<RegFileKey> plan = Plan(registration, options, controls);
     if (options.dryRun) {
         PrintKeys(plan);
@@ -305,7 +316,7 @@ void Add(const Options& options) {
 }
 
 void Remove(const Options& options) {
-    Registration registration(options);
+    Registration registration(options, !options.dryRun);
     const KeyPath hostKey = registration.HostKey();
     const KeyPath makerKey = registration.MakerKey();
     if (!IsThere(hostKey)) {
@@ -328,25 +339,27 @@ void Remove(const Options& options) {
 }
 
 void Status(const Options& options) {
-    Registration registration(options);
+    Registration registration(options, false);
     const std::vector<RegFileKey> keys = Snapshot(registration);
-    int controls = 0;
-    if (registration.GetArxLoadCtrls(registration.App(), controls) == 0) {
+    OpenKey key;
+    if (!key.TryOpen(registration.HostKey(), KEY_READ)) {
         throw Failure(exitRefused, registration.HostKey().Shown() + ": not registered",
                       "'kvtfile arx add' registers an application.");
     }
+    RegFileValue value;
+    const int controls = key.ReadValue(_T("LoadCtrls"), value) ? LoadControlsOf(value) : 0;
     if (!options.json) {
         PrintKeys(keys);
         Print("loaded " + SpelledOut(controls));
         return;
     }
     Json list = Json::array();
-    for (const RegFileKey& key : keys) {
+    for (const RegFileKey& shown : keys) {
         Json values = Json::array();
-        for (const RegFileValue& value : key.values) {
-            values.push_back(ValueJson(value));
+        for (const RegFileValue& of : shown.values) {
+            values.push_back(ValueJson(of));
         }
-        list.push_back({{"key", Utf8(key.path)}, {"values", values}});
+        list.push_back({{"key", Utf8(shown.path)}, {"values", values}});
     }
     PrintJson(Json{{"application", Utf8(registration.App())},
                    {"hostKey", registration.HostKey().Shown()},

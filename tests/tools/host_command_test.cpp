@@ -1,4 +1,5 @@
-// kvtfile host, arx, support-path: on host registries that stand in files.
+// kvtfile host, arx, support-path: on host registries that stand in files. Where a key gets several values their names
+// sort as they are made, since Wine lists values by name.
 
 #include "tests/support/registry.h"
 #include "tests/tools/command_fixture.h"
@@ -102,12 +103,12 @@ TEST_F(HostCommand, ArxRegistersShowsAndRemoves) {
     const std::string key =
         "HKEY_LOCAL_MACHINE\\Software\\Autodesk\\AutoCAD\\R23.1\\ACAD-3001:804\\Applications\\Walls";
     const std::vector<std::string> add = {"arx",       "add",     "Walls",   "--release", "2020",   "--folder",
-                                          "C:\\Walls", "--group", "WALLS",   "--command", "WALL",   "--command",
-                                          " DOOR ",    "--load",  "startup", "--load",    "command"};
+                                          "C:\\Walls", "--group", "WALLS",   "--command", "DOOR",   "--command",
+                                          " WALL ",    "--load",  "startup", "--load",    "command"};
     std::vector<std::string> dryRun = add;
     dryRun.push_back("--dry-run");
     const std::string keys = "[" + key + "]\nLoadCtrls = REG_DWORD 6\nLoader = REG_SZ \"C:\\\\Walls\\\\Walls.arx\"\n[" +
-                             key + "\\Commands]\nWALL = REG_SZ \"WALL\"\nDOOR = REG_SZ \"DOOR\"\n[" + key +
+                             key + "\\Commands]\nDOOR = REG_SZ \"DOOR\"\nWALL = REG_SZ \"WALL\"\n[" + key +
                              "\\Groups]\nWALLS = REG_SZ \"WALLS\"\n";
     EXPECT_EQ(Output(dryRun), keys);
     const std::vector<std::string> status = {"arx", "status", "Walls", "--release", "2020"};
@@ -148,7 +149,7 @@ TEST_F(HostCommand, ArxDryRunTellsWhatIsWrittenInEveryLayout) {
                     add.insert(add.end(), {"--module", "walls18"});
                 }
                 if (names) {
-                    add.insert(add.end(), {"--group", "G", "--command", "b", "--command", "a"});
+                    add.insert(add.end(), {"--group", "G", "--command", "a", "--command", "b"});
                 }
                 std::vector<std::string> dryRun = add;
                 dryRun.push_back("--dry-run");

@@ -71,7 +71,9 @@ run_tests() {  # preset
     bad=$(sed -E 's/.*[[:space:]]failures="([0-9]+)".*/\1/' <<<"$head")
     skips=$(sed -E 's/.*[[:space:]]skipped="([0-9]+)".*/\1/' <<<"$head")
     if [ "$bad" -ne 0 ]; then
-        ctest --preset "$preset" --rerun-failed --output-on-failure 2>&1 | tail -n 200 || true
+        # What the failed tests printed.
+        awk '/^[0-9]+\/[0-9]+ Testing: /{block=""} {block=block $0 "\n"} /^Test (Failed|timed out|not run)/{printf "%s", block}' \
+            "$here/build/$preset/Testing/Temporary/LastTest.log" | tail -n 300
     fi
     if [ "$skips" -ne 0 ]; then
         grep -B1 -A0 'status="notrun"\|<skipped' "$junit" | grep -o 'testcase name="[^"]*"' | sed 's/^/skipped: /' || true

@@ -261,6 +261,18 @@ TEST(Win32RegistryProcesses, ParentAndChildBothGoOnAfterAFork) {
     }
 }
 
+// Not under the address sanitizer: its allocator keeps its locks as another thread held them at the fork, so that a
+// child waits for ever in its first allocation, whatever the library does.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KVTFILE_FORK_BREAKS_ALLOCATION
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__)
+#define KVTFILE_FORK_BREAKS_ALLOCATION
+#endif
+
+#ifndef KVTFILE_FORK_BREAKS_ALLOCATION
 TEST(Win32RegistryProcesses, AForkWhileThreadsWriteLeavesTheChildAble) {
     TestKey test;
     std::atomic<bool> stop{false};
@@ -286,6 +298,8 @@ TEST(Win32RegistryProcesses, AForkWhileThreadsWriteLeavesTheChildAble) {
         EXPECT_EQ(Number(test.Key(), Numbered("child", i)), 7u);
     }
 }
+
+#endif
 
 std::atomic<bool> g_forking{false};
 

@@ -201,7 +201,7 @@ TEST_F(XmlCommand, WhatIsNoPathIsWrongUsage) {
     for (const auto& row : rows) {
         Expect({"xml", "get", "a.xml", row.path}, 2, "",
                std::string("kvtfile: '") + row.path + "' is not an element path: " + row.reason +
-                   "\n  Write it as /root/child[2]/grandchild.\n");
+                   "\n  Write it as /plan/layer[2]/style.\n");
     }
     Expect({"xml", "get", "a.xml", "/a b"}, 2, "",
            "kvtfile: \"a b\" cannot be a name in XML\n"

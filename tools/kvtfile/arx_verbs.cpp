@@ -2,7 +2,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <memory>
 
 #include "kvtfile/AutoLoadArx.h"
 #include "tools/kvtfile/registry.h"
@@ -124,19 +123,19 @@ public:
             m_strAcadRegKey = key;
         }
         if (!options.softKey.empty()) {
-            SetSoftRegKey(Backslashed(options.softKey));
+            SetSoftRegKey(WithBackslash(Wide(options.softKey)));
         }
         KeyPath::Parse(MakerKey().Full());  // refuses what no path may hold
-        SetAppInstallPath(options.folder.empty() ? CString() : Backslashed(options.folder));
+        SetAppInstallPath(WithBackslash(Wide(options.folder)));
     }
 
     const CString& App() const { return m_app; }
     KeyPath HostKey() {
         CString path;
         GetAppRegPath(path, m_app);
-        return MachineKey(path);
+        return KeyPath::InMachine(path);
     }
-    KeyPath MakerKey() const { return MachineKey(m_strSoftRegKey + m_app); }
+    KeyPath MakerKey() const { return KeyPath::InMachine(m_strSoftRegKey + m_app); }
 
     /// Whether everything stands under the host's entry, as from R16 on, and not under the maker's key. (Later releases
     /// without a key of their own have the other layout, but are never found.)
@@ -146,26 +145,17 @@ public:
                (kvtfile::FConvertAcadVer(m_nAcadVer, year) && year >= zqolecad::START_ACAD2004);
     }
 
-    int Add(CStringArray& commands, int controls) {
+    int Add(const std::vector<CString>& names, int controls) {
+        CStringArray commands;
+        for (const CString& name : names) {
+            commands.Add(name);
+        }
         const CString group = Wide(m_options.group);
         return m_options.moduleGiven ? AddAutoArx(m_app, Wide(m_options.module), commands, group, controls)
                                      : AddAutoArx(m_app, commands, group, controls);
     }
 
 private:
-    static CString Backslashed(const std::string& text) {
-        CString path = Wide(text);
-        return path.Right(1) == _T("\\") ? path : path + _T("\\");
-    }
-
-    static KeyPath MachineKey(const CString& path) {
-        KeyPath key;
-        key.root = HKEY_LOCAL_MACHINE;
-        key.rootName = _T("HKEY_LOCAL_MACHINE");
-        key.path = path;
-        return key;
-    }
-
     const Options& m_options;
     CString m_app;
 };
@@ -206,15 +196,12 @@ RegFileValue TextValue(const CString& name, const CString& text) {
 
 /// A key of names that stand for themselves; none when there are no names. Of names that differ in case alone the first
 /// stays, with the last as its text.
-void AddNames(std::vector<RegFileKey>& keys, const CString& path, const std::vector<std::string>& names) {
+void AddNames(std::vector<RegFileKey>& keys, const CString& path, const std::vector<CString>& names) {
     if (names.empty()) {
         return;
     }
     RegFileKey key{path, false, {}};
-    for (const std::string& given : names) {
-        CString name = Wide(given);
-        name.TrimLeft();
-        name.TrimRight();
+    for (const CString& name : names) {
         const auto same = std::find_if(key.values.begin(), key.values.end(), [&name](const RegFileValue& value) {
             return value.name.CompareNoCase(name) == 0;
         });
@@ -228,24 +215,24 @@ void AddNames(std::vector<RegFileKey>& keys, const CString& path, const std::vec
 }
 
 /// What `Add` would write, in the order in which `Status` shows it.
-std::vector<RegFileKey> Plan(Registration& registration, const Options& options, int controls) {
+std::vector<RegFileKey> Plan(Registration& registration, const Options& options, const std::vector<CString>& commands,
+                             int controls) {
     const CString host = registration.HostKey().Full();
     const CString maker = registration.MakerKey().Full();
-    const std::vector<std::string> groups =
-        options.group.empty() ? std::vector<std::string>() : std::vector<std::string>{options.group};
+    const std::vector<CString> groups(options.group.empty() ? 0 : 1, Wide(options.group));
     const CString module = options.moduleGiven ? Wide(options.module) : registration.App();
     const CString file = registration.m_strAppInstallPath + module + _T(".arx");
     std::vector<RegFileKey> keys = {
         {host, false, {{_T("LoadCtrls"), REG_DWORD, ParseData(REG_DWORD, {std::to_string(controls)}), false}}}};
     if (registration.HasOwnLayout()) {
         keys[0].values.push_back(TextValue(_T("Loader"), file));
-        AddNames(keys, host + _T("\\Commands"), options.commands);
+        AddNames(keys, host + _T("\\Commands"), commands);
         AddNames(keys, host + _T("\\Groups"), groups);
         return keys;
     }
     keys[0].values.push_back(TextValue(_T("REGPATH"), _T("\\\\") + maker));
     keys.push_back({maker, false, {}});
-    AddNames(keys, maker + _T("\\Commands"), options.commands);
+    AddNames(keys, maker + _T("\\Commands"), commands);
     AddNames(keys, maker + _T("\\Groups"), groups);
     keys.push_back({maker + _T("\\Loader"), false, {TextValue(_T("MODULE"), file)}});
     keys.push_back({maker + _T("\\Name"), false, {TextValue(_T("Name"), registration.App())}});
@@ -278,15 +265,17 @@ int LoadControlsOf(const RegFileValue& value) {
 // ---- verbs
 
 /// The commands to register. White space around them is dropped; one of nothing else would be an unnamed value.
-void ListCommands(const Options& options, CStringArray& commands) {
+std::vector<CString> Commands(const Options& options) {
+    std::vector<CString> commands;
     for (const std::string& given : options.commands) {
         CString command = Wide(given);
         command.Trim();
         if (command.IsEmpty()) {
             throw Failure(exitUsage, "'" + given + "' is no command name", "Give a name, or leave --command out.");
         }
-        commands.Add(command);
+        commands.push_back(command);
     }
+    return commands;
 }
 
 void Add(const Options& options) {
@@ -297,10 +286,9 @@ void Add(const Options& options) {
     if (options.moduleGiven && options.module.empty()) {
         throw Failure(exitUsage, "'' is no module name", "Give the file's name without .arx.");
     }
-    CStringArray commands;
-    ListCommands(options, commands);
+    const std::vector<CString> commands = Commands(options);
     Registration registration(options, !options.dryRun);
-    const std::vector<RegFileKey> plan = Plan(registration, options, controls);
+    const std::vector<RegFileKey> plan = Plan(registration, options, commands, controls);
     if (options.dryRun) {
         PrintKeys(plan);
         return;
@@ -340,12 +328,12 @@ void Remove(const Options& options) {
 
 void Status(const Options& options) {
     Registration registration(options, false);
-    const std::vector<RegFileKey> keys = Snapshot(registration);
     OpenKey key;
     if (!key.TryOpen(registration.HostKey(), KEY_READ)) {
         throw Failure(exitRefused, registration.HostKey().Shown() + ": not registered",
                       "'kvtfile arx add' registers an application.");
     }
+    const std::vector<RegFileKey> keys = Snapshot(registration);
     RegFileValue value;
     const int controls = key.ReadValue(_T("LoadCtrls"), value) ? LoadControlsOf(value) : 0;
     if (!options.json) {
@@ -370,25 +358,20 @@ void Status(const Options& options) {
 
 // ---- the command line
 
-using Verb = void (*)(const Options&);
+using Added = AddedVerb<Options>;
 
-struct AddedVerb {
-    CLI::App* verb;
-    std::shared_ptr<Options> options;
-};
+void NoteGiven(const CLI::App& verb, Options& options) {
+    options.moduleGiven = IsGiven(verb, "--module");
+}
 
-AddedVerb AddArxVerb(CLI::App& arx, const char* name, const char* description, const char* examples, Verb run) {
-    CLI::App* verb = AddVerb(arx, name, description, examples);
-    auto options = std::make_shared<Options>();
-    verb->add_option("APP", options->app, "The application's name")->required();
-    verb->add_option("--release", options->release, kReleaseHelp)->required();
-    verb->add_option("--maker-key", options->softKey,
-                     "The maker's key below HKEY_LOCAL_MACHINE (Software\\orva\\apps)");
-    verb->callback([options, run, verb] {
-        options->moduleGiven = verb->get_option_no_throw("--module") != nullptr && verb->count("--module") != 0;
-        run(*options);
-    });
-    return {verb, options};
+Added AddArxVerb(CLI::App& arx, const char* name, const char* description, const char* examples,
+                 void (*run)(const Options&)) {
+    const Added added = AddVerb(arx, name, description, examples, run, NoteGiven);
+    added.verb->add_option("APP", added.options->app, "The application's name")->required();
+    added.verb->add_option("--release", added.options->release, kReleaseHelp)->required();
+    added.verb->add_option("--maker-key", added.options->softKey,
+                           "The maker's key below HKEY_LOCAL_MACHINE (Software\\orva\\apps)");
+    return added;
 }
 
 }  // namespace
@@ -400,7 +383,7 @@ void AddArxVerbs(CLI::App& command) {
         "Registrations stand below HKEY_LOCAL_MACHINE; writing them needs the right to do so. 'kvtfile host list'\n"
         "lists the installed releases.");
     {
-        const AddedVerb added = AddArxVerb(
+        const Added added = AddArxVerb(
             *arx, "add", "Register an application",
             "  kvtfile arx add Walls --release 2010 --folder 'C:\\Walls\\' --load command --command WALL", Add);
         added.verb->add_option("--folder", added.options->folder, "The folder of the modules")->required();
@@ -415,13 +398,13 @@ void AddArxVerbs(CLI::App& command) {
         added.verb->add_flag("--dry-run", added.options->dryRun, "Print what would be written, and write nothing");
     }
     {
-        const AddedVerb added = AddArxVerb(*arx, "remove", "Remove an application's registration",
-                                           "  kvtfile arx remove Walls --release 2010", Remove);
+        const Added added = AddArxVerb(*arx, "remove", "Remove an application's registration",
+                                       "  kvtfile arx remove Walls --release 2010", Remove);
         added.verb->add_flag("--dry-run", added.options->dryRun, "Say what would be deleted, and delete nothing");
     }
     {
-        const AddedVerb added = AddArxVerb(*arx, "status", "Show an application's registration",
-                                           "  kvtfile arx status Walls --release 2010 --json", Status);
+        const Added added = AddArxVerb(*arx, "status", "Show an application's registration",
+                                       "  kvtfile arx status Walls --release 2010 --json", Status);
         added.verb->add_flag("--json", added.options->json, "Print JSON");
     }
 }

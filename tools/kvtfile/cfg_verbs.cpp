@@ -4,7 +4,6 @@
 #include <array>
 #include <memory>
 #include <optional>
-#include <utility>
 
 #include "tools/kvtfile/settings.h"
 #include "tools/kvtfile/text_file.h"
@@ -198,14 +197,13 @@ void Delete(const Options& options) {
 
 using Verb = void (*)(const Options&);
 
-std::pair<CLI::App*, std::shared_ptr<Options>> AddFileVerb(CLI::App& cfg, const char* name, const char* description,
-                                                           const char* examples, Verb run) {
-    CLI::App* verb = AddVerb(cfg, name, description, examples);
-    auto options = std::make_shared<Options>();
-    verb->add_option("FILE", options->file, "The settings file, the installed one or any other")->required();
-    verb->add_flag("--in-place", options->inPlace, "Open this very file: no working copy, no merge");
-    verb->callback([options, run] { run(*options); });
-    return {verb, options};
+AddedVerb<Options> AddFileVerb(CLI::App& cfg, const char* name, const char* description, const char* examples,
+                               Verb run) {
+    const auto added = AddVerb(cfg, name, description, examples, run);
+    added.verb->add_option("FILE", added.options->file, "The settings file, the installed one or any other")
+        ->required();
+    added.verb->add_flag("--in-place", added.options->inPlace, "Open this very file: no working copy, no merge");
+    return added;
 }
 
 CLI::Option* AddPath(CLI::App* verb, Options& options) {

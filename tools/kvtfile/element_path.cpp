@@ -25,7 +25,7 @@ bool IsXmlName(const CString& name) {
 }
 
 [[noreturn]] void RefusePath(const std::string& path, const std::string& why) {
-    throw Failure(exitUsage, "'" + path + "' is not an element path: " + why, "Write it as /root/child[2]/grandchild.");
+    throw Failure(exitUsage, "'" + path + "' is not an element path: " + why, "Write it as /plan/layer[2]/style.");
 }
 
 }  // namespace

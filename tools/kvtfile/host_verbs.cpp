@@ -34,20 +34,11 @@ CString Read(HKEY hive, const CString& key, LPCWSTR name) {
     return text;
 }
 
-CString WithBackslash(CString folder) {
-    if (!folder.IsEmpty() && folder[folder.GetLength() - 1] != '\\') {
-        folder += '\\';
-    }
-    return folder;
-}
-
 std::vector<CString> KeyNames(HKEY hive, const CString& path) {
-    KeyPath key;
-    key.root = hive;
-    key.rootName = hive == HKEY_LOCAL_MACHINE ? _T("HKEY_LOCAL_MACHINE") : _T("HKEY_CURRENT_USER");
-    key.path = path;
-    OpenKey open;
-    return open.TryOpen(key, KEY_READ) ? open.KeyNames() : std::vector<CString>();
+    OpenKey key;
+    return key.TryOpen(hive == HKEY_LOCAL_MACHINE ? KeyPath::InMachine(path) : KeyPath::InUser(path), KEY_READ)
+               ? key.KeyNames()
+               : std::vector<CString>();
 }
 
 void FillUserFolders(Host& host, const CString& root) {

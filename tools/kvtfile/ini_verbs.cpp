@@ -2,8 +2,6 @@
 // as it was given is refused.
 
 #include <CLI/CLI.hpp>
-#include <memory>
-#include <utility>
 
 #include "kvtfile/IniFile.h"
 #include "tools/kvtfile/report.h"
@@ -225,18 +223,17 @@ void Delete(const Options& options) {
 
 using Verb = void (*)(const Options&);
 
-std::pair<CLI::App*, std::shared_ptr<Options>> AddFileVerb(CLI::App& ini, const char* name, const char* description,
-                                                           const char* examples, Verb run) {
-    CLI::App* verb = AddVerb(ini, name, description, examples);
-    auto options = std::make_shared<Options>();
-    verb->add_option("FILE", options->file, "The INI file, the installed one or any other")->required();
-    verb->add_flag("--in-place", options->inPlace, "Open this very file: no working copy, no merge");
-    verb->callback([options, run, verb] {
-        options->sectionGiven = verb->count("SECTION") != 0;
-        options->nameGiven = verb->get_option_no_throw("NAME") != nullptr && verb->count("NAME") != 0;
-        run(*options);
-    });
-    return {verb, options};
+void NoteGiven(const CLI::App& verb, Options& options) {
+    options.sectionGiven = IsGiven(verb, "SECTION");
+    options.nameGiven = IsGiven(verb, "NAME");
+}
+
+AddedVerb<Options> AddFileVerb(CLI::App& ini, const char* name, const char* description, const char* examples,
+                               Verb run) {
+    const auto added = AddVerb(ini, name, description, examples, run, NoteGiven);
+    added.verb->add_option("FILE", added.options->file, "The INI file, the installed one or any other")->required();
+    added.verb->add_flag("--in-place", added.options->inPlace, "Open this very file: no working copy, no merge");
+    return added;
 }
 
 CLI::Option* AddSection(CLI::App* verb, Options& options) {

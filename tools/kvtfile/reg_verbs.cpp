@@ -2,8 +2,6 @@
 // one that is wrong changes nothing.
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
-#include <memory>
 
 #include "kvtfile/XmlFile.h"
 #include "tools/kvtfile/registry.h"
@@ -226,33 +224,19 @@ void Import(const Options& options) {
 
 // ---- the command line
 
-using Verb = void (*)(const Options&);
+using Added = AddedVerb<Options>;
 
-struct AddedVerb {
-    CLI::App* verb;
-    std::shared_ptr<Options> options;
-};
-
-AddedVerb AddRegVerb(CLI::App& reg, const char* name, const char* description, const char* examples, Verb run) {
-    CLI::App* verb = AddVerb(reg, name, description, examples);
-    auto options = std::make_shared<Options>();
-    verb->callback([options, run, verb] {
-        const auto given = [verb](const char* option) {
-            return verb->get_option_no_throw(option) != nullptr && verb->count(option) != 0;
-        };
-        options->valueGiven = given("--value");
-        options->typeGiven = given("--type");
-        options->dataGiven = given("--data");
-        run(*options);
-    });
-    return {verb, options};
+void NoteGiven(const CLI::App& verb, Options& options) {
+    options.valueGiven = IsGiven(verb, "--value");
+    options.typeGiven = IsGiven(verb, "--type");
+    options.dataGiven = IsGiven(verb, "--data");
 }
 
-void AddKey(const AddedVerb& added) {
+void AddKey(const Added& added) {
     added.verb->add_option("KEY", added.options->key, "The key: HKCU\\Software\\Demo")->required();
 }
 
-void AddValueName(const AddedVerb& added) {
+void AddValueName(const Added& added) {
     CLI::Option* value = added.verb->add_option("--value", added.options->value, "A value of the key");
     added.verb->add_flag("--default", added.options->defaultValue, "The key's default value")->excludes(value);
 }
@@ -267,21 +251,21 @@ void AddRegVerbs(CLI::App& command) {
         "HKCR, HKCU,\n"
         "HKLM, HKU, HKCC. Off Windows the registry is the file registry.db of the prefix.");
     {
-        const AddedVerb added = AddRegVerb(*reg, "query", "List a key, or print one value",
-                                           "  kvtfile reg query 'HKCU\\Software\\Demo' --recursive\n"
-                                           "  kvtfile reg query 'HKCU\\Software\\Demo' --value Width",
-                                           Query);
+        const Added added = AddVerb(*reg, "query", "List a key, or print one value",
+                                    "  kvtfile reg query 'HKCU\\Software\\Demo' --recursive\n"
+                                    "  kvtfile reg query 'HKCU\\Software\\Demo' --value Width",
+                                    Query, NoteGiven);
         AddKey(added);
         AddValueName(added);
         added.verb->add_flag("--recursive", added.options->recursive, "List everything beneath the key too");
         added.verb->add_flag("--json", added.options->json, "Print JSON");
     }
     {
-        const AddedVerb added =
-            AddRegVerb(*reg, "add", "Make a key, or set a value (the key is made when missing)",
-                       "  kvtfile reg add 'HKCU\\Software\\Demo'\n"
-                       "  kvtfile reg add 'HKCU\\Software\\Demo' --value Width --type REG_DWORD --data 800",
-                       Add);
+        const Added added =
+            AddVerb(*reg, "add", "Make a key, or set a value (the key is made when missing)",
+                    "  kvtfile reg add 'HKCU\\Software\\Demo'\n"
+                    "  kvtfile reg add 'HKCU\\Software\\Demo' --value Width --type REG_DWORD --data 800",
+                    Add, NoteGiven);
         AddKey(added);
         AddValueName(added);
         added.verb->add_option(
@@ -292,27 +276,26 @@ void AddRegVerbs(CLI::App& command) {
             "A text, a number (decimal, or hexadecimal after 0x) or bytes (01ff); REG_MULTI_SZ takes several");
     }
     {
-        const AddedVerb added = AddRegVerb(*reg, "delete", "Delete a value, or a key",
-                                           "  kvtfile reg delete 'HKCU\\Software\\Demo' --value Width\n"
-                                           "  kvtfile reg delete 'HKCU\\Software\\Demo' --force",
-                                           Delete);
+        const Added added = AddVerb(*reg, "delete", "Delete a value, or a key",
+                                    "  kvtfile reg delete 'HKCU\\Software\\Demo' --value Width\n"
+                                    "  kvtfile reg delete 'HKCU\\Software\\Demo' --force",
+                                    Delete, NoteGiven);
         AddKey(added);
         AddValueName(added);
         added.verb->add_flag("--force", added.options->force, "Delete a key although it holds keys");
     }
     {
-        const AddedVerb added =
-            AddRegVerb(*reg, "export", "Write a key and everything beneath it to a registration file",
-                       "  kvtfile reg export 'HKCU\\Software\\Demo' demo.reg", Export);
+        const Added added = AddVerb(*reg, "export", "Write a key and everything beneath it to a registration file",
+                                    "  kvtfile reg export 'HKCU\\Software\\Demo' demo.reg", Export);
         AddKey(added);
         added.verb->add_option("FILE", added.options->file, "The file (version 5, UTF-16LE with its mark)")->required();
         added.verb->add_flag("--force", added.options->force, "Replace a file that is there already");
     }
     {
-        const AddedVerb added = AddRegVerb(*reg, "import", "Take in a registration file (version 5 or 4)",
-                                           "  kvtfile reg import demo.reg --dry-run\n"
-                                           "  kvtfile reg import demo.reg",
-                                           Import);
+        const Added added = AddVerb(*reg, "import", "Take in a registration file (version 5 or 4)",
+                                    "  kvtfile reg import demo.reg --dry-run\n"
+                                    "  kvtfile reg import demo.reg",
+                                    Import);
         added.verb->add_option("FILE", added.options->file, "The file")->required();
         added.verb->add_flag("--dry-run", added.options->dryRun, "Say what would be done, and change nothing");
     }

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "tools/kvtfile/report.h"
+#include "tools/kvtfile/utf16_bytes.h"
 
 namespace kvtcommand {
 
@@ -78,16 +79,10 @@ CString DecodeFile(const std::string& bytes) {
     if (view.substr(0, 2) != "\xFF\xFE") {
         return Decode(CP_ACP, view);
     }
-    CString text;
-    const int count = static_cast<int>(view.size() / 2 - 1);
-    LPWSTR units = text.GetBufferSetLength(count);
-    for (int i = 0; i < count; ++i) {
-        const size_t at = 2 * static_cast<size_t>(i) + 2;
-        units[i] =
-            static_cast<WCHAR>(static_cast<unsigned char>(view[at]) | (static_cast<unsigned char>(view[at + 1]) << 8));
-    }
+    const std::vector<WCHAR> units = UnitsOf(view.substr(2));
+    const CString text(units.data(), static_cast<int>(units.size()));
     if (view.size() % 2 != 0) {
-        throw RegFileError(LineOf(text, count), "the file ends in half a UTF-16 unit");
+        throw RegFileError(LineOf(text, text.GetLength()), "the file ends in half a UTF-16 unit");
     }
     return text;
 }
@@ -102,11 +97,6 @@ int HexDigit(WCHAR unit) {
 
 bool IsText(DWORD type) {
     return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ;
-}
-
-void AppendUnit(std::string& data, WCHAR unit) {
-    data += static_cast<char>(unit & 0xFF);
-    data += static_cast<char>(unit >> 8);
 }
 
 class Parser {
@@ -290,12 +280,8 @@ private:
             Take();
             value.remove = true;
         } else if (Peek() == '"') {
-            const CString text = ReadQuoted("text");
             value.type = REG_SZ;
-            for (int i = 0; i < text.GetLength(); ++i) {
-                AppendUnit(value.data, text[i]);
-            }
-            AppendUnit(value.data, 0);
+            AppendText(value.data, ReadQuoted("text"));
         } else if (TakeWord(_T("dword:"))) {
             value.type = REG_DWORD;
             const DWORD number = ReadNumber("a dword");

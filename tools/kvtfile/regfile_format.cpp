@@ -1,9 +1,8 @@
 // Writing of registration files, in the form in which the Registry Editor exports: lines of at most 80 characters for
 // bytes, and as bytes every text that quotes cannot hold exactly.
 
-#include <string_view>
-
 #include "tools/kvtfile/regfile.h"
+#include "tools/kvtfile/utf16_bytes.h"
 
 namespace kvtcommand {
 
@@ -47,20 +46,13 @@ private:
     std::vector<WCHAR> m_units;
 };
 
-unsigned ByteAt(const std::string& data, size_t at) {
-    return static_cast<unsigned char>(data[at]);
-}
-
 /// The text of a value that quotes can hold: whole units, one NUL, at the end, and no line breaks.
 bool QuotedText(const RegFileValue& value, CString& text) {
     const size_t size = value.data.size();
     if (value.type != REG_SZ || size < 2 || size % 2 != 0) {
         return false;
     }
-    std::vector<WCHAR> units;
-    for (size_t i = 0; i < size; i += 2) {
-        units.push_back(static_cast<WCHAR>(ByteAt(value.data, i) | (ByteAt(value.data, i + 1) << 8)));
-    }
+    const std::vector<WCHAR> units = UnitsOf(value.data);
     for (size_t i = 0; i < units.size(); ++i) {
         if ((units[i] == 0) != (i + 1 == units.size()) || units[i] == '\r' || units[i] == '\n') {
             return false;

@@ -3,6 +3,7 @@
 #include "tools/kvtfile/registry.h"
 
 #include "kvtfile/Registry.h"
+#include "tools/kvtfile/text_file.h"
 
 namespace kvtcommand {
 
@@ -22,15 +23,6 @@ HKEY RootHandle(const CString& name) {
         return HKEY_LOCAL_MACHINE;
     }
     return name == _T("HKEY_USERS") ? HKEY_USERS : HKEY_CURRENT_CONFIG;
-}
-
-std::string ErrorText(LONG error) {
-    WCHAR text[512];
-    const DWORD length = ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
-                                          static_cast<DWORD>(error), 0, text, 512, nullptr);
-    CString shown(text, static_cast<int>(length));
-    shown.TrimRight();
-    return shown.IsEmpty() ? "error " + std::to_string(error) : Utf8(shown);
 }
 
 }  // namespace
@@ -55,10 +47,22 @@ KeyPath KeyPath::Parse(const CString& text) {
     return key;
 }
 
+KeyPath KeyPath::InMachine(const CString& path) {
+    return {HKEY_LOCAL_MACHINE, _T("HKEY_LOCAL_MACHINE"), path};
+}
+
+KeyPath KeyPath::InUser(const CString& path) {
+    return {HKEY_CURRENT_USER, _T("HKEY_CURRENT_USER"), path};
+}
+
 KeyPath KeyPath::Child(const CString& name) const {
     KeyPath child = *this;
     child.path = path.IsEmpty() ? name : path + _T("\\") + name;
     return child;
+}
+
+CString WithBackslash(const CString& folder) {
+    return folder.IsEmpty() || folder.Right(1) == _T("\\") ? folder : folder + _T("\\");
 }
 
 Failure RegistryFailure(const std::string& what, LONG error) {
@@ -67,12 +71,12 @@ Failure RegistryFailure(const std::string& what, LONG error) {
             return Failure(exitRefused, what + ": there is no such key",
                            "'kvtfile reg query' lists the keys beneath a key.");
         case ERROR_ACCESS_DENIED:
-            return Failure(exitRefused, what + ": " + ErrorText(error), "Look at the rights to the registry.");
+            return Failure(exitRefused, what + ": " + SystemText(error), "Look at the rights to the registry.");
         case ERROR_INVALID_PARAMETER:
-            return Failure(exitFormat, what + ": " + ErrorText(error),
+            return Failure(exitFormat, what + ": " + SystemText(error),
                            "No key can be made right below HKLM or HKU, nor more than 512 levels deep.");
         default:
-            return Failure(exitFormat, what + ": " + ErrorText(error),
+            return Failure(exitFormat, what + ": " + SystemText(error),
                            "Look at the registry: its place, its rights and the room left.");
     }
 }
@@ -190,10 +194,9 @@ bool OpenKey::DeleteValue(const CString& name) const {
 }
 
 void RequireRegistry() {
-    for (const char* key : {"HKCU\\Software", "HKLM\\Software"}) {
-        OpenKey open;
-        open.TryOpen(KeyPath::Parse(std::string(key)), KEY_READ);
-    }
+    OpenKey key;
+    key.TryOpen(KeyPath::InUser(_T("Software")), KEY_READ);
+    key.TryOpen(KeyPath::InMachine(_T("Software")), KEY_READ);
 }
 
 bool DeleteTree(const KeyPath& path) {

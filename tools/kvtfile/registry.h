@@ -20,11 +20,17 @@ struct KeyPath {
     /// failure of usage.
     static KeyPath Parse(const CString& text);
     static KeyPath Parse(const std::string& text) { return Parse(Wide(text)); }
+    /// A path beneath HKEY_LOCAL_MACHINE, and beneath HKEY_CURRENT_USER.
+    static KeyPath InMachine(const CString& path);
+    static KeyPath InUser(const CString& path);
     /// The path with the root key's full name.
     CString Full() const { return path.IsEmpty() ? rootName : rootName + _T("\\") + path; }
     std::string Shown() const { return Utf8(Full()); }
     KeyPath Child(const CString& name) const;
 };
+
+/// A folder with "\" at its end; an empty text stays so.
+CString WithBackslash(const CString& folder);
 
 /// The failure for a call on a key that did not succeed.
 /// @param what what was being done, with the key: "HKEY_CURRENT_USER\Software"

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "tools/kvtfile/registry.h"
+#include "tools/kvtfile/utf16_bytes.h"
 
 namespace kvtcommand {
 
@@ -24,29 +25,9 @@ constexpr const char* kTypeNames[] = {
 };
 constexpr DWORD kTypeCount = sizeof(kTypeNames) / sizeof(kTypeNames[0]);
 
-unsigned ByteAt(const std::string& data, size_t at) {
-    return static_cast<unsigned char>(data[at]);
-}
-
-std::vector<WCHAR> Units(const std::string& data) {
-    std::vector<WCHAR> units;
-    for (size_t i = 0; i + 1 < data.size(); i += 2) {
-        units.push_back(static_cast<WCHAR>(ByteAt(data, i) | (ByteAt(data, i + 1) << 8)));
-    }
-    return units;
-}
-
-void AppendText(std::string& data, const CString& text) {
-    for (int i = 0; i <= text.GetLength(); ++i) {
-        const unsigned unit = i < text.GetLength() ? static_cast<unsigned>(text[i]) : 0;
-        data += static_cast<char>(unit & 0xFF);
-        data += static_cast<char>(unit >> 8);
-    }
-}
-
 /// The text up to its first NUL.
 CString SingleText(const std::string& data) {
-    const std::vector<WCHAR> units = Units(data);
+    const std::vector<WCHAR> units = UnitsOf(data);
     size_t length = 0;
     while (length < units.size() && units[length] != 0) {
         ++length;
@@ -56,7 +37,7 @@ CString SingleText(const std::string& data) {
 
 /// The texts, each ended by a NUL; an empty one ends the list.
 std::vector<CString> TextList(const std::string& data) {
-    const std::vector<WCHAR> units = Units(data);
+    const std::vector<WCHAR> units = UnitsOf(data);
     std::vector<CString> texts;
     for (size_t at = 0; at < units.size() && units[at] != 0;) {
         size_t end = at;

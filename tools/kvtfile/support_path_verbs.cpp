@@ -1,7 +1,6 @@
 // kvtfile support-path list, add, remove: the support search path of a host's current profile.
 
 #include <CLI/CLI.hpp>
-#include <memory>
 
 #include "kvtfile/Registry.h"
 #include "kvtfile/SupportPath.h"
@@ -37,12 +36,10 @@ struct SearchPath {
         }
         const CString profiles = product + _T("\\Profiles");
         if (kvtfile::GetRegKeyValue(HKEY_CURRENT_USER, profiles, profile, _T("")) == 0 || profile.IsEmpty()) {
-            throw Failure(exitRefused, "HKEY_CURRENT_USER\\" + Utf8(profiles) + ": no current profile",
+            throw Failure(exitRefused, KeyPath::InUser(profiles).Shown() + ": no current profile",
                           "Start the host once.");
         }
-        key.root = HKEY_CURRENT_USER;
-        key.rootName = _T("HKEY_CURRENT_USER");
-        key.path = profiles + _T("\\") + profile + _T("\\General");
+        key = KeyPath::InUser(profiles + _T("\\") + profile + _T("\\General"));
         RequireText();
         Read();
     }
@@ -174,25 +171,11 @@ void Remove(const Options& options) {
 
 // ---- the command line
 
-using Verb = void (*)(const Options&);
-
-struct AddedVerb {
-    CLI::App* verb;
-    std::shared_ptr<Options> options;
-};
-
-AddedVerb AddPathVerb(CLI::App& family, const char* name, const char* description, const char* examples, Verb run) {
-    CLI::App* verb = AddVerb(family, name, description, examples);
-    auto options = std::make_shared<Options>();
-    verb->callback([options, run] { run(*options); });
-    return {verb, options};
-}
-
-AddedVerb AddChange(CLI::App& family, const char* name, const char* description, const char* examples, Verb run) {
-    const AddedVerb added = AddPathVerb(family, name, description, examples, run);
+void AddChange(CLI::App& family, const char* name, const char* description, const char* examples,
+               void (*run)(const Options&)) {
+    const auto added = AddVerb(family, name, description, examples, run);
     added.verb->add_option("FOLDER", added.options->folder, "The folder")->required();
     added.verb->add_flag("--dry-run", added.options->dryRun, "Print what would be written, and write nothing");
-    return added;
 }
 
 }  // namespace
@@ -204,10 +187,10 @@ void AddSupportPathVerbs(CLI::App& command) {
         "'add' and 'remove' work on the current profile of AutoCAD 2000 to 2002; folders are added in lower case, in "
         "front.");
     {
-        const AddedVerb added = AddPathVerb(*family, "list", "List the folders of the search path",
-                                            "  kvtfile support-path list\n"
-                                            "  kvtfile support-path list --release 2010 --json",
-                                            List);
+        const auto added = AddVerb(*family, "list", "List the folders of the search path",
+                                   "  kvtfile support-path list\n"
+                                   "  kvtfile support-path list --release 2010 --json",
+                                   List);
         added.verb->add_option("--release", added.options->release, kReleaseHelp);
         added.verb->add_flag("--json", added.options->json, "Print JSON");
     }

@@ -34,10 +34,7 @@ public:
         return Convert<std::vector<WCHAR>>(request);
     }
 
-    static std::string SystemText(DWORD error) {
-        ::SetLastError(error);
-        return Utf8(x_GetLastError());
-    }
+    using CFXmlFile::x_GetLastError;
 
 private:
     template <class Units>
@@ -156,15 +153,18 @@ FileName::FileName(const std::string& text) : given(text) {
     }
 }
 
+std::string SystemText(DWORD error) {
+    ::SetLastError(error);
+    return Utf8(Converter::x_GetLastError());
+}
+
 bool FileExists(const CString& path) {
     const DWORD attributes = ::GetFileAttributesW(path);
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
 std::string ReadBytes(const CString& path, const std::string& shown) {
-    const auto fail = [&](DWORD error) {
-        throw Failure(exitFormat, shown + ": " + Converter::SystemText(error), kReadAdvice);
-    };
+    const auto fail = [&](DWORD error) { throw Failure(exitFormat, shown + ": " + SystemText(error), kReadAdvice); };
     const HANDLE file = ::CreateFileW(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                       nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) {

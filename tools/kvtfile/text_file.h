@@ -39,6 +39,9 @@ struct FileName {
     CString full;       ///< the absolute form: a drive letter, "\" as separator
 };
 
+/// The system's text for an error.
+std::string SystemText(DWORD error);
+
 bool FileExists(const CString& path);
 /// The whole file; a failure when it cannot be read.
 std::string ReadBytes(const CString& path, const std::string& shown);

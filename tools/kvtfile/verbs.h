@@ -3,6 +3,7 @@
 // The verb families: each adds its verbs to the command line and runs them from there.
 
 #include <CLI/App.hpp>
+#include <memory>
 
 namespace kvtcommand {
 
@@ -18,5 +19,33 @@ void AddSupportPathVerbs(CLI::App& command);
 
 /// A verb with its examples, which `--help` shows.
 CLI::App* AddVerb(CLI::App& family, const char* name, const char* description, const char* examples);
+
+/// A verb, and the options that its command line fills; they live as long as the command line.
+template <class Options>
+struct AddedVerb {
+    CLI::App* verb;
+    std::shared_ptr<Options> options;
+};
+
+/// A verb that runs with its options.
+/// @param note What is to be known of the command line besides, or null; called before `run`.
+template <class Options>
+AddedVerb<Options> AddVerb(CLI::App& family, const char* name, const char* description, const char* examples,
+                           void (*run)(const Options&), void (*note)(const CLI::App&, Options&) = nullptr) {
+    CLI::App* verb = AddVerb(family, name, description, examples);
+    auto options = std::make_shared<Options>();
+    verb->callback([verb, options, run, note] {
+        if (note != nullptr) {
+            note(*verb, *options);
+        }
+        run(*options);
+    });
+    return {verb, options};
+}
+
+/// Whether the command line gave an option; false for one that the verb does not have.
+inline bool IsGiven(const CLI::App& verb, const char* option) {
+    return verb.get_option_no_throw(option) != nullptr && verb.count(option) != 0;
+}
 
 }  // namespace kvtcommand

@@ -202,18 +202,15 @@ void Remove(const Options& options) {
 
 using Verb = void (*)(const Options&);
 
-/// A verb on a file; the options live as long as the command line.
-std::pair<CLI::App*, std::shared_ptr<Options>> AddFileVerb(CLI::App& xml, const char* name, const char* description,
-                                                           const char* examples, Verb run) {
-    CLI::App* verb = AddVerb(xml, name, description, examples);
-    auto options = std::make_shared<Options>();
-    verb->add_option("FILE", options->file, "The XML file")->required();
-    verb->callback([options, run] { run(*options); });
-    return {verb, options};
+AddedVerb<Options> AddFileVerb(CLI::App& xml, const char* name, const char* description, const char* examples,
+                               Verb run) {
+    const auto added = AddVerb(xml, name, description, examples, run);
+    added.verb->add_option("FILE", added.options->file, "The XML file")->required();
+    return added;
 }
 
 void AddPath(CLI::App* verb, Options& options) {
-    verb->add_option("PATH", options.path, "The element, as /root/child[2]/grandchild")->required();
+    verb->add_option("PATH", options.path, "The element, as /plan/layer[2]/style")->required();
 }
 
 void AddJson(CLI::App* verb, Options& options) {
@@ -226,7 +223,7 @@ void AddXmlVerbs(CLI::App& command) {
     CLI::App* xml = command.add_subcommand("xml", "Look at, change and convert XML documents");
     xml->require_subcommand(1);
     xml->footer(
-        "An element path is /root/child[2]/grandchild; [n] counts the siblings of that name from 1.\n"
+        "An element path is /plan/layer[2]/style; [n] counts the siblings of that name from 1.\n"
         "\n"
         "Examples:\n"
         "  kvtfile xml check drawing.xml\n"

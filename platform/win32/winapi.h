@@ -74,7 +74,16 @@ KVTFILE_API BOOL SetEndOfFile(HANDLE file);
 /// Returns when the file's content is on the storage device. The handle needs write access (else error 5).
 KVTFILE_API BOOL FlushFileBuffers(HANDLE file);
 
-/// Closes a handle of CreateFileW. Error 6: not an open handle.
+/// Locks a range of bytes against other locks, of other processes and of other handles of this one; it binds nobody
+/// who does not lock. Here the whole file is locked, whatever the range. Without LOCKFILE_FAIL_IMMEDIATELY it waits.
+/// The system unlocks when the handle is closed or the process ends, in whatever way. Error 33: locked by another.
+/// @param range The place of the range; not null (87).
+KVTFILE_API BOOL LockFileEx(HANDLE file, DWORD flags, DWORD reserved, DWORD sizeLow, DWORD sizeHigh,
+                            LPOVERLAPPED range);
+/// Error 158: this handle holds no lock.
+KVTFILE_API BOOL UnlockFileEx(HANDLE file, DWORD reserved, DWORD sizeLow, DWORD sizeHigh, LPOVERLAPPED range);
+
+/// Closes a handle of CreateFileW or of an event. Error 6: not an open handle.
 KVTFILE_API BOOL CloseHandle(HANDLE handle);
 
 /// Times of an open file; any pointer may be null. The creation time is the last-write time: it is not kept.
@@ -109,6 +118,13 @@ KVTFILE_API BOOL SetFileAttributesW(LPCWSTR path, DWORD attributes);
 ///         end, 3 no such folder or an empty path, 123 a wildcard in the folder part, 267 the folder part is a file.
 /// Complexity: reads and sorts the whole folder once.
 KVTFILE_API HANDLE FindFirstFileW(LPCWSTR pattern, LPWIN32_FIND_DATAW data);
+
+/// As FindFirstFileW.
+/// @param level FindExInfoBasic: no short names; there are none in any case.
+/// @param search FindExSearchLimitToDirectories: folders only, and the dots; what the others are is not even read.
+/// @param filter Null. @param flags FIND_FIRST_EX_LARGE_FETCH changes nothing; others are refused (87).
+KVTFILE_API HANDLE FindFirstFileExW(LPCWSTR pattern, FINDEX_INFO_LEVELS level, LPVOID data, FINDEX_SEARCH_OPS search,
+                                    LPVOID filter, DWORD flags);
 
 /// The next entry; FALSE with error 18 after the last one.
 KVTFILE_API BOOL FindNextFileW(HANDLE find, LPWIN32_FIND_DATAW data);
@@ -162,6 +178,53 @@ KVTFILE_API UINT GetTempFileNameW(LPCWSTR folder, LPCWSTR prefix, UINT unique, L
 /// The computer's upper-cased name, at most 15 characters.
 /// @param size In: the buffer's room. Out: the length; error 111: the room needed, the NUL included.
 KVTFILE_API BOOL GetComputerNameW(LPWSTR buffer, LPDWORD size);
+
+// ---- Shell ------------------------------------------------------------------------------------------------------
+
+/// Copies, moves, deletes or renames files and folders.
+///
+/// The last component of a source may hold wildcards. Questions that Windows would ask go to the handler of message
+/// boxes; without one the answer is No. FOF_ALLOWUNDO moves what is deleted to the desktop's trash.
+/// @return 0: done, unless `fAnyOperationsAborted` was set because an answer was No. Else an error number of the
+///         system or of the shell (0x71 source and target are one, 0x72 several sources for one target, 0x75 cancelled,
+///         0x76 the target lies inside the source, 0x7C a path that is none, ...); what was not done then is as it was.
+KVTFILE_API int SHFileOperationW(LPSHFILEOPSTRUCTW operation);
+
+/// FILE_ATTRIBUTE_DIRECTORY when the path is that of a folder, else 0.
+KVTFILE_API BOOL PathIsDirectoryW(LPCWSTR path);
+
+/// Opens a file or an address with the desktop's program for it (xdg-open).
+/// @param verb "open", or null for it; others are refused. @param window, parameters, folder, show Not looked at.
+/// @return Above 32: handed over. Else an error: 2 no such file, 31 there is no desktop that opens files.
+KVTFILE_API HINSTANCE ShellExecuteW(HWND window, LPCWSTR verb, LPCWSTR file, LPCWSTR parameters, LPCWSTR folder,
+                                    INT show);
+
+/// Reads icons from an .ico file or from a Windows program or library.
+/// @param index Number of the first icon; negative: the identifier of one resource; -1 with null arrays: count only.
+/// @param large, small Receive `count` icons of 32 x 32 and 16 x 16 pixels; each may be null. The caller releases each
+///        with DestroyIcon. Unchanged beyond the icons that were read.
+/// @return Icons read, or the number of icons there are; 0 a file without icons, 0xFFFFFFFF no such file.
+KVTFILE_API UINT ExtractIconExW(LPCWSTR path, int index, HICON* large, HICON* small, UINT count);
+
+/// Releases an icon. Error 1402: not an icon.
+KVTFILE_API BOOL DestroyIcon(HICON icon);
+
+// ---- Events -----------------------------------------------------------------------------------------------------
+// A named event serves as a lock among all processes of the machine: signalled it is free, a wait takes it, SetEvent
+// gives it back. The system gives it back when its holder ends, in whatever way, which is more than Windows does.
+
+/// Opens the event of a name, or makes it. @param manualReset FALSE and @param signalled TRUE; others are refused (50).
+/// @param name Not null or empty (87), without "\" (3). Last error 183: it was there already, else 0.
+KVTFILE_API HANDLE CreateEventW(LPSECURITY_ATTRIBUTES security, BOOL manualReset, BOOL signalled, LPCWSTR name);
+
+/// Opens the event of a name. Error 2: nobody has made it yet.
+KVTFILE_API HANDLE OpenEventW(DWORD access, BOOL inherit, LPCWSTR name);
+
+/// Gives the event back; nothing happens when it is signalled.
+KVTFILE_API BOOL SetEvent(HANDLE event);
+
+/// Takes an event. @param milliseconds INFINITE, or 0 for a look. @return WAIT_OBJECT_0, WAIT_TIMEOUT or WAIT_FAILED.
+KVTFILE_API DWORD WaitForSingleObject(HANDLE event, DWORD milliseconds);
 
 // ---- Registry ---------------------------------------------------------------------------------------------------
 // Keys and values stand in `<prefix>/registry.db`, made at the first call. The calls return 0 or the error and leave
@@ -273,6 +336,14 @@ KVTFILE_API LONG CompareFileTime(const FILETIME* first, const FILETIME* second);
 /// Shifts by the time zone's present difference from UTC, whatever the season of `utc`.
 KVTFILE_API BOOL FileTimeToLocalFileTime(const FILETIME* utc, LPFILETIME local);
 KVTFILE_API BOOL LocalFileTimeToFileTime(const FILETIME* local, LPFILETIME utc);
+
+/// A time in UTC as local time, or the reverse, with the difference that was or will be in force at that time.
+/// @param zone Null: the process's time zone. An hour that clocks go through twice is the first, one that they leave
+///        out counts on from before. Error 87: not a date.
+KVTFILE_API BOOL SystemTimeToTzSpecificLocalTime(const TIME_ZONE_INFORMATION* zone, const SYSTEMTIME* utc,
+                                                 LPSYSTEMTIME local);
+KVTFILE_API BOOL TzSpecificLocalTimeToSystemTime(const TIME_ZONE_INFORMATION* zone, const SYSTEMTIME* local,
+                                                 LPSYSTEMTIME utc);
 
 /// Error 87: a value at or above 2^63.
 KVTFILE_API BOOL FileTimeToSystemTime(const FILETIME* time, LPSYSTEMTIME result);

@@ -183,9 +183,37 @@ struct SECURITY_ATTRIBUTES {
     BOOL bInheritHandle;
 };
 using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
-using LPOVERLAPPED = struct OVERLAPPED*;  ///< Always null: there is no overlapped input or output.
+
+/// A place in a file, for locks. Input and output are never overlapped: reads and writes take null.
+struct OVERLAPPED {
+    ULONG_PTR Internal;
+    ULONG_PTR InternalHigh;
+    DWORD Offset;
+    DWORD OffsetHigh;
+    HANDLE hEvent;
+};
+using LPOVERLAPPED = OVERLAPPED*;
+
+struct TIME_ZONE_INFORMATION;  ///< Always null: the process's own time zone.
 
 enum GET_FILEEX_INFO_LEVELS { GetFileExInfoStandard = 0 };
+enum FINDEX_INFO_LEVELS { FindExInfoStandard = 0, FindExInfoBasic = 1 };
+enum FINDEX_SEARCH_OPS { FindExSearchNameMatch = 0, FindExSearchLimitToDirectories = 1 };
+
+using FILEOP_FLAGS = WORD;
+
+/// What SHFileOperationW is asked to do. Lists of paths: each ended by a NUL, and one more NUL behind the last.
+struct SHFILEOPSTRUCTW {
+    HWND hwnd;
+    UINT wFunc;  ///< FO_MOVE, FO_COPY, FO_DELETE or FO_RENAME.
+    LPCWSTR pFrom;
+    LPCWSTR pTo;
+    FILEOP_FLAGS fFlags;
+    BOOL fAnyOperationsAborted;
+    LPVOID hNameMappings;
+    LPCWSTR lpszProgressTitle;
+};
+using LPSHFILEOPSTRUCTW = SHFILEOPSTRUCTW*;
 
 // ---- Error numbers ----------------------------------------------------------------------------------------------
 
@@ -307,6 +335,45 @@ constexpr DWORD MOVEFILE_REPLACE_EXISTING = 1;
 constexpr DWORD MOVEFILE_COPY_ALLOWED = 2;
 constexpr DWORD MOVEFILE_WRITE_THROUGH = 8;
 
+constexpr DWORD FIND_FIRST_EX_CASE_SENSITIVE = 1;
+constexpr DWORD FIND_FIRST_EX_LARGE_FETCH = 2;
+
+constexpr DWORD LOCKFILE_FAIL_IMMEDIATELY = 1;
+constexpr DWORD LOCKFILE_EXCLUSIVE_LOCK = 2;
+
+// ---- Shell ------------------------------------------------------------------------------------------------------
+
+constexpr UINT FO_MOVE = 1;
+constexpr UINT FO_COPY = 2;
+constexpr UINT FO_DELETE = 3;
+constexpr UINT FO_RENAME = 4;
+
+constexpr FILEOP_FLAGS FOF_MULTIDESTFILES = 0x0001;
+constexpr FILEOP_FLAGS FOF_CONFIRMMOUSE = 0x0002;
+constexpr FILEOP_FLAGS FOF_SILENT = 0x0004;
+constexpr FILEOP_FLAGS FOF_RENAMEONCOLLISION = 0x0008;
+constexpr FILEOP_FLAGS FOF_NOCONFIRMATION = 0x0010;
+constexpr FILEOP_FLAGS FOF_WANTMAPPINGHANDLE = 0x0020;
+constexpr FILEOP_FLAGS FOF_ALLOWUNDO = 0x0040;
+constexpr FILEOP_FLAGS FOF_FILESONLY = 0x0080;
+constexpr FILEOP_FLAGS FOF_SIMPLEPROGRESS = 0x0100;
+constexpr FILEOP_FLAGS FOF_NOCONFIRMMKDIR = 0x0200;
+constexpr FILEOP_FLAGS FOF_NOERRORUI = 0x0400;
+constexpr FILEOP_FLAGS FOF_NOCOPYSECURITYATTRIBS = 0x0800;
+constexpr FILEOP_FLAGS FOF_NORECURSION = 0x1000;
+constexpr FILEOP_FLAGS FOF_WANTNUKEWARNING = 0x4000;
+
+constexpr INT SW_HIDE = 0;
+constexpr INT SW_SHOWNORMAL = 1;
+constexpr INT SW_SHOW = 5;
+
+// ---- Events -----------------------------------------------------------------------------------------------------
+
+constexpr DWORD WAIT_OBJECT_0 = 0;
+constexpr DWORD WAIT_ABANDONED = 0x80;
+constexpr DWORD WAIT_TIMEOUT = 258;
+constexpr DWORD WAIT_FAILED = 0xFFFFFFFF;
+
 // ---- Registry ---------------------------------------------------------------------------------------------------
 
 using LSTATUS = LONG;  ///< What the registry calls return: 0 or an error number.
@@ -330,6 +397,9 @@ constexpr ACCESS_MASK STANDARD_RIGHTS_READ = READ_CONTROL;
 constexpr ACCESS_MASK STANDARD_RIGHTS_WRITE = READ_CONTROL;
 constexpr ACCESS_MASK STANDARD_RIGHTS_ALL = STANDARD_RIGHTS_REQUIRED | SYNCHRONIZE;
 constexpr ACCESS_MASK MAXIMUM_ALLOWED = 0x02000000;
+
+constexpr ACCESS_MASK EVENT_MODIFY_STATE = 0x0002;
+constexpr ACCESS_MASK EVENT_ALL_ACCESS = STANDARD_RIGHTS_REQUIRED | SYNCHRONIZE | 0x3;
 
 constexpr REGSAM KEY_QUERY_VALUE = 0x0001;
 constexpr REGSAM KEY_SET_VALUE = 0x0002;

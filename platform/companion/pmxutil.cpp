@@ -11,4 +11,14 @@ CString ConfirmBackslash(CString path) {
     return path;
 }
 
+COleDateTime GetCurSysTime() {
+    return COleDateTime::GetCurrentTime();
+}
+
+CString GetLocateMachineName() {
+    WCHAR name[MAX_COMPUTERNAME_LENGTH + 1];
+    DWORD length = MAX_COMPUTERNAME_LENGTH + 1;
+    return ::GetComputerNameW(name, &length) ? CString(name, static_cast<int>(length)) : CString();
+}
+
 }  // namespace pmxutil

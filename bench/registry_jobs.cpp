@@ -2,6 +2,9 @@
 // as a Windows program. Prints the best of several rounds, so that a busy machine tells in few of them.
 //
 //   build/bench/bench/registry_jobs
+//
+//   cmake --preset windows -B build/windows-bench -DKVTFILE_BUILD_BENCH=ON
+//   cmake --build build/windows-bench --target registry_jobs
 //   scripts/wine-run.sh build/windows-bench/registry_jobs.exe
 
 #include <algorithm>

@@ -91,7 +91,7 @@ check_dll() {
     if [ -n "$imports" ] && [ -z "$strange" ]; then
         report imports 1 0
     else
-        echo "the DLL imports: ${imports:-nothing that could be read} ${strange:+(not a system DLL: $strange)}"
+        echo "the DLL imports what is no system DLL: ${strange:-nothing could be read}"
         report imports 0 1
     fi
 }

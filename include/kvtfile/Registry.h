@@ -166,6 +166,7 @@ public:
     /// the target is what it was.
     /// Status: error; the value's type; its size in bytes (both 0 when there is no value).
     virtual int Read(LPCWSTR pszName, DWORD& dwValue);
+    /// The same bytes taken as a signed number.
     virtual int Read(LPCWSTR pszName, int& nValue);
     /// Appends the names of the current key's sub-keys, in the order of enumeration, up to the first that cannot be
     /// had.

@@ -4,6 +4,7 @@
 
 #include <type_traits>
 
+#include "tests/support/message_boxes.h"
 #include "tests/support/registry.h"
 
 using namespace kvtfile;
@@ -13,21 +14,8 @@ using kvttest::Utf8;
 
 namespace {
 
-std::vector<std::string> g_boxes;
-
-int KeepMessageBox(LPCWSTR text, UINT type) {
-    g_boxes.push_back(std::to_string(type) + " " + Utf8(text));
-    return IDOK;
-}
-
 class AutoLoadArx : public testing::Test {
 protected:
-    AutoLoadArx() {
-        g_boxes.clear();
-        m_previous = kvtmfc::SetMessageBoxHandler(KeepMessageBox);
-    }
-    ~AutoLoadArx() override { kvtmfc::SetMessageBoxHandler(m_previous); }
-
     // An object for the product key "Software\Autodesk\Host", which is there.
     CAutoLoadArx Prepared(ACADVER release) {
         kvttest::PutKey(HKEY_LOCAL_MACHINE, _T("Software\\Autodesk\\Host"));
@@ -49,7 +37,7 @@ protected:
 
     kvttest::HostKeys m_keys;
     CStringArray m_commands;
-    kvtmfc::MessageBoxHandler m_previous;
+    kvttest::MessageBoxes m_boxes;
 };
 
 // The release's own key in the machine hive, with a product whose name fits.
@@ -165,7 +153,7 @@ TEST_F(AutoLoadArx, EveryReleaseTakesItsLayout) {
         kvttest::RemoveKey(HKEY_LOCAL_MACHINE, _T("Software\\Autodesk"));
         kvttest::RemoveKey(HKEY_LOCAL_MACHINE, _T("Software\\orva"));
     }
-    EXPECT_TRUE(g_boxes.empty());
+    EXPECT_TRUE(m_boxes.Take().empty());
     EXPECT_EQ(m_commands[1], _T("  cmd2 ")) << "the caller's array stays";
 }
 
@@ -215,14 +203,13 @@ TEST_F(AutoLoadArx, ASecondRegistrationWritesOverTheFirst) {
 
 TEST_F(AutoLoadArx, WithoutAFolderOfModulesAMessageTellsAndNothingIsWritten) {
     for (const ACADVER release : {ACAD_R14, ACAD_2004, ACAD_2022}) {
-        g_boxes.clear();
         CAutoLoadArx arx = Prepared(release);
         arx.SetAppInstallPath(_T(""));
         EXPECT_EQ(arx.AddAutoArx(_T("Tool"), Commands({}), _T(""), 0), 0);
-        EXPECT_EQ(g_boxes, std::vector<std::string>{"0 应用程序路径未设置!"});
+        EXPECT_EQ(m_boxes.Take(), std::vector<std::string>{"0 应用程序路径未设置!"});
         EXPECT_EQ(arx.AddAutoArx16(_T("Tool"), Commands({}), _T(""), 0), 0);
         EXPECT_EQ(arx.AddAutoArx(_T("Tool"), _T("Module"), Commands({}), _T(""), 0), 0);
-        EXPECT_EQ(g_boxes, std::vector<std::string>(3, "0 应用程序路径未设置!"));
+        EXPECT_EQ(m_boxes.Take(), std::vector<std::string>(2, "0 应用程序路径未设置!"));
         EXPECT_EQ(Host(), "[]\n");
         EXPECT_EQ(Maker(), "");
     }
@@ -243,7 +230,7 @@ TEST_F(AutoLoadArx, WithoutAProductKeyNothingIsWritten) {
     EXPECT_EQ(arx.SetArxLoadCtrls(_T("Tool"), 1), 0);
     EXPECT_EQ(flags, 5);
     EXPECT_EQ(Maker(), "");
-    EXPECT_TRUE(g_boxes.empty());
+    EXPECT_TRUE(m_boxes.Take().empty());
 }
 
 TEST_F(AutoLoadArx, ReleasesWithoutAKeyRegisterUnderTheMakersKeyAlone) {

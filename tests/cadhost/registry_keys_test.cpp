@@ -203,32 +203,26 @@ TEST(Registry, EmptyAndNullPathsMeanTheCurrentKey) {
     EXPECT_TRUE(registry.m_strPath.IsEmpty());
 }
 
-TEST(Registry, OneBackslashAtTheEndIsDropped) {
-    const TestKey key;
-    OpenedRegistry registry(key);
-    const HKEY top = registry.m_hKey;
-    EXPECT_EQ(registry.CreateKey(_T("A\\")), 1);
-    EXPECT_TRUE(key.Has(_T("A")));
-    registry.SetHKey(top);
-    EXPECT_EQ(registry.VerifyKey(_T("A\\")), 1);
-    EXPECT_EQ(registry.Open(_T("A\\")), 1);
-    registry.SetHKey(top);
-    EXPECT_EQ(registry.DeleteKey(_T("A\\"), 0), 1);
-    EXPECT_FALSE(key.Has(_T("A")));
-}
-
-TEST(Registry, DoubledBackslashesAreTakenAsOne) {
-    const TestKey key;
-    OpenedRegistry registry(key);
-    const HKEY top = registry.m_hKey;
-    EXPECT_EQ(registry.CreateKey(_T("A\\\\B\\\\")), 1);
-    EXPECT_TRUE(key.Has(_T("A\\B")));
-    registry.SetHKey(top);
-    EXPECT_EQ(registry.VerifyKey(_T("A\\\\B\\\\")), 1);
-    EXPECT_EQ(registry.Open(_T("A\\\\B\\\\")), 1);
-    registry.SetHKey(top);
-    EXPECT_EQ(registry.DeleteKey(_T("A\\\\"), 0), 1);
-    EXPECT_FALSE(key.Has(_T("A")));
+TEST(Registry, BackslashesAtTheEndAndDoubledOnesAreDropped) {
+    struct Row {
+        LPCWSTR path;
+        LPCWSTR top;
+        LPCWSTR made;
+    };
+    for (const Row& row : {Row{_T("A\\"), _T("A\\"), _T("A")}, Row{_T("A\\\\B\\\\"), _T("A\\\\"), _T("A\\B")}}) {
+        SCOPED_TRACE(kvttest::Utf8(row.path));
+        const TestKey key;
+        OpenedRegistry registry(key);
+        const HKEY top = registry.m_hKey;
+        EXPECT_EQ(registry.CreateKey(row.path), 1);
+        EXPECT_TRUE(key.Has(row.made));
+        registry.SetHKey(top);
+        EXPECT_EQ(registry.VerifyKey(row.path), 1);
+        EXPECT_EQ(registry.Open(row.path), 1);
+        registry.SetHKey(top);
+        EXPECT_EQ(registry.DeleteKey(row.top, 0), 1);
+        EXPECT_FALSE(key.Has(_T("A")));
+    }
 }
 
 TEST(Registry, BackslashAtTheBeginningIsRefused) {

@@ -2,6 +2,7 @@
 
 #include "kvtfile/SupportPath.h"
 
+#include "tests/support/message_boxes.h"
 #include "tests/support/registry.h"
 
 using namespace kvtfile;
@@ -11,27 +12,14 @@ using kvttest::Utf8;
 
 namespace {
 
-std::vector<std::string> g_boxes;
-
-int KeepMessageBox(LPCWSTR text, UINT type) {
-    g_boxes.push_back(std::to_string(type) + " " + Utf8(text));
-    return IDOK;
-}
-
 constexpr WCHAR PROFILES[] = _T("Software\\Autodesk\\AutoCAD\\R15.0\\ACAD-1:804\\Profiles");
 constexpr WCHAR SETTINGS[] = _T("Software\\Autodesk\\AutoCAD\\R15.0\\ACAD-1:804\\Profiles\\<<未命名配置>>\\General");
 constexpr WCHAR WINDOWS_KEY[] = _T("Software\\Microsoft\\Windows\\CurrentVersion");
 
 class SupportPath : public testing::Test {
 protected:
-    SupportPath() {
-        g_boxes.clear();
-        m_previous = kvtmfc::SetMessageBoxHandler(KeepMessageBox);
-    }
-    ~SupportPath() override { kvtmfc::SetMessageBoxHandler(m_previous); }
-
     kvttest::HostKeys m_keys;
-    kvtmfc::MessageBoxHandler m_previous;
+    kvttest::MessageBoxes m_boxes;
 };
 
 CString Stored() {
@@ -70,7 +58,7 @@ TEST_F(SupportPath, NewFoldersGoInFrontInLowerCase) {
         EXPECT_EQ(AddAppSupportPathToAcad(row.path), 1);
         EXPECT_EQ(Stored(), row.after) << Utf8(row.before) << " + " << Utf8(row.path);
     }
-    EXPECT_TRUE(g_boxes.empty());
+    EXPECT_TRUE(m_boxes.Take().empty());
 }
 
 TEST_F(SupportPath, FoldersAreTakenOutAsTheirText) {
@@ -93,7 +81,7 @@ TEST_F(SupportPath, FoldersAreTakenOutAsTheirText) {
         EXPECT_EQ(RemoveAppSupportPathFromAcad(row.path), 1);
         EXPECT_EQ(Stored(), row.after) << Utf8(row.before) << " - " << Utf8(row.path);
     }
-    EXPECT_TRUE(g_boxes.empty());
+    EXPECT_TRUE(m_boxes.Take().empty());
 }
 
 TEST_F(SupportPath, NothingElseOfTheHostIsTouched) {
@@ -145,16 +133,15 @@ TEST_F(SupportPath, WithoutAProfileNothingIsMade) {
     kvttest::RemoveValue(HKEY_CURRENT_USER, PROFILES, _T(""));
     EXPECT_EQ(AddAppSupportPathToAcad(_T("D:\\New")), 0);
     EXPECT_EQ(RemoveAppSupportPathFromAcad(_T("D:\\New")), 0);
-    EXPECT_TRUE(g_boxes.empty());
+    EXPECT_TRUE(m_boxes.Take().empty());
 }
 
 TEST_F(SupportPath, WithoutAnR15HostAMessageTells) {
     const std::vector<std::string> one{"0 取ACADR15版本信息出错!"};
     EXPECT_EQ(AddAppSupportPathToAcad(_T("D:\\New")), 0);
-    EXPECT_EQ(g_boxes, one);
-    g_boxes.clear();
+    EXPECT_EQ(m_boxes.Take(), one);
     EXPECT_EQ(RemoveAppSupportPathFromAcad(_T("D:\\New")), 0);
-    EXPECT_EQ(g_boxes, one);
+    EXPECT_EQ(m_boxes.Take(), one);
     EXPECT_FALSE(kvttest::KeyExists(HKEY_CURRENT_USER, _T("Software\\Autodesk")));
 }
 

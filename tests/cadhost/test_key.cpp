@@ -1,26 +1,8 @@
 #include "tests/cadhost/test_key.h"
 
+#include "tests/support/registry.h"
+
 namespace kvttest {
-
-namespace {
-
-// A key with all its sub-keys, by the calls of the system alone.
-void RemoveKey(HKEY parent, LPCWSTR path) {
-    HKEY key = nullptr;
-    if (::RegOpenKeyExW(parent, path, 0, KEY_ALL_ACCESS, &key) != 0) {
-        return;
-    }
-    WCHAR name[300];
-    DWORD length = 300;
-    while (::RegEnumKeyExW(key, 0, name, &length, nullptr, nullptr, nullptr, nullptr) == 0) {
-        RemoveKey(key, name);
-        length = 300;
-    }
-    ::RegCloseKey(key);
-    ::RegDeleteKeyW(parent, path);
-}
-
-}  // namespace
 
 TestKey::TestKey(HKEY root) : m_root(root) {
     static int next = 0;

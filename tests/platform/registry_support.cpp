@@ -7,7 +7,7 @@ namespace kvttest::registry {
 TestKey::TestKey() {
     const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
     m_path = CString(_T("Software\\kvtfile-test\\")) + Wide(test->test_suite_name()) + _T(".") + Wide(test->name());
-    EXPECT_EQ(DeleteTree(HKEY_CURRENT_USER, m_path), 0);
+    EXPECT_EQ(RemoveKey(HKEY_CURRENT_USER, m_path), 0);
     EXPECT_EQ(::RegCreateKeyExW(HKEY_CURRENT_USER, m_path, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr,
                                 &m_key, nullptr),
               0);
@@ -15,7 +15,7 @@ TestKey::TestKey() {
 
 TestKey::~TestKey() {
     ::RegCloseKey(m_key);
-    EXPECT_EQ(DeleteTree(HKEY_CURRENT_USER, m_path), 0);
+    EXPECT_EQ(RemoveKey(HKEY_CURRENT_USER, m_path), 0);
 }
 
 Handle Open(HKEY key, const CString& path, REGSAM access) {
@@ -96,28 +96,6 @@ std::vector<std::string> ValueNames(HKEY key) {
         EXPECT_EQ(name[length], WCHAR{0});
         names.push_back(Utf8(CString(name.data())));
     }
-}
-
-LSTATUS DeleteTree(HKEY key, const CString& path) {
-    HKEY opened = nullptr;
-    LSTATUS error = ::RegOpenKeyExW(key, path, 0, KEY_READ, &opened);
-    if (error != 0) {
-        return error == LSTATUS{ERROR_FILE_NOT_FOUND} ? 0 : error;
-    }
-    WCHAR name[300];
-    for (;;) {
-        DWORD length = 300;
-        error = ::RegEnumKeyExW(opened, 0, name, &length, nullptr, nullptr, nullptr, nullptr);
-        if (error != 0) {
-            break;
-        }
-        error = DeleteTree(opened, CString(name));
-        if (error != 0) {
-            break;
-        }
-    }
-    ::RegCloseKey(opened);
-    return error == LSTATUS{ERROR_NO_MORE_ITEMS} ? ::RegDeleteKeyW(key, path) : error;
 }
 
 CString Repeated(WCHAR character, int count) {

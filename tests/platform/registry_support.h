@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/registry.h"
 #include "tests/support/support.h"
 
 namespace kvttest::registry {
@@ -72,9 +73,6 @@ Value GetValue(HKEY key, const CString& name);
 /// The names of sub-keys and values in the order of their indices; the last error must be 259.
 std::vector<std::string> SubKeys(HKEY key);
 std::vector<std::string> ValueNames(HKEY key);
-
-/// Deletes a key with all below it. @return The first error but 2.
-LSTATUS DeleteTree(HKEY key, const CString& path);
 
 /// So many times the character.
 CString Repeated(WCHAR character, int count);

@@ -553,14 +553,14 @@ TEST(Win32RegistryKeys, GenericRightsAndTheMostThatIsAllowed) {
 
 TEST(Win32RegistryKeys, ClassesRootShowsTheMachinesClasses) {
     const CString name = _T(".kvtfile-test-classes");
-    EXPECT_EQ(DeleteTree(HKEY_CLASSES_ROOT, name), 0);
+    EXPECT_EQ(kvttest::RemoveKey(HKEY_CLASSES_ROOT, name), 0);
     {
         const Handle made = Create(HKEY_CLASSES_ROOT, name + _T("\\DefaultIcon"));
         EXPECT_EQ(SetBytes(made, _T(""), "icon"), 0);
         const Handle seen = Open(HKEY_LOCAL_MACHINE, _T("Software\\Classes\\") + name + _T("\\defaulticon"), KEY_READ);
         EXPECT_EQ(GetValue(seen, _T("")).bytes, "icon");
     }
-    EXPECT_EQ(DeleteTree(HKEY_LOCAL_MACHINE, _T("Software\\Classes\\") + name), 0);
+    EXPECT_EQ(kvttest::RemoveKey(HKEY_LOCAL_MACHINE, _T("Software\\Classes\\") + name), 0);
     EXPECT_EQ(OpenError(HKEY_CLASSES_ROOT, name, KEY_READ), kNotFound);
 }
 
@@ -573,8 +573,8 @@ protected:
     void SetUp() override { TearDown(); }
     void TearDown() override {
         for (const LPCWSTR name : {_T(".kvta"), _T(".kvtb"), _T(".kvtc")}) {
-            EXPECT_EQ(DeleteTree(HKEY_CURRENT_USER, kClasses + name), 0);
-            EXPECT_EQ(DeleteTree(HKEY_LOCAL_MACHINE, kClasses + name), 0);
+            EXPECT_EQ(kvttest::RemoveKey(HKEY_CURRENT_USER, kClasses + name), 0);
+            EXPECT_EQ(kvttest::RemoveKey(HKEY_LOCAL_MACHINE, kClasses + name), 0);
         }
     }
 };

@@ -31,9 +31,9 @@ private:
 
 std::vector<CString> SubKeys(HKEY key) {
     std::vector<CString> names;
-    WCHAR name[256];
+    WCHAR name[300];  // more than a name may have: Wine keeps longer ones
     for (DWORD index = 0;; ++index) {
-        DWORD length = 256;
+        DWORD length = 300;
         if (::RegEnumKeyExW(key, index, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) {
             return names;
         }
@@ -141,11 +141,19 @@ void PutKey(HKEY hive, const CString& key) {
     ::RegCloseKey(made);
 }
 
-void RemoveKey(HKEY hive, const CString& key) {
-    for (const CString& subKey : SubKeys(Key(hive, key, KEY_READ))) {
-        RemoveKey(hive, key + _T("\\") + subKey);
+LSTATUS RemoveKey(HKEY hive, const CString& key) {
+    HKEY opened = nullptr;
+    LSTATUS error = ::RegOpenKeyExW(hive, key, 0, KEY_READ, &opened);
+    if (error != ERROR_SUCCESS) {
+        return error == LSTATUS{ERROR_FILE_NOT_FOUND} ? ERROR_SUCCESS : error;
     }
-    ::RegDeleteKeyW(hive, key);
+    for (const CString& subKey : SubKeys(opened)) {
+        if (error == ERROR_SUCCESS) {
+            error = RemoveKey(opened, subKey);
+        }
+    }
+    ::RegCloseKey(opened);
+    return error == ERROR_SUCCESS ? ::RegDeleteKeyW(hive, key) : error;
 }
 
 void RemoveValue(HKEY hive, const CString& key, const CString& name) {

@@ -15,8 +15,8 @@ void PutNumber(HKEY hive, const CString& key, const CString& name, DWORD number)
 void PutBytes(HKEY hive, const CString& key, const CString& name, DWORD type, std::string_view bytes);
 /// Makes a key, with those above it.
 void PutKey(HKEY hive, const CString& key);
-/// Removes a key with all that is in it; one that is not there is no error.
-void RemoveKey(HKEY hive, const CString& key);
+/// Removes a key with all that is in it. @return The first error, but for 2: one that is not there is no error.
+LSTATUS RemoveKey(HKEY hive, const CString& key);
 void RemoveValue(HKEY hive, const CString& key, const CString& name);
 
 /// Whether there is such a key.

@@ -182,6 +182,16 @@ TEST_F(HostCommand, ArxTellsOfARegistrationThatIsNotWhole) {
     EXPECT_EQ(Output({"arx", "status", "Walls", "--release", "2020"}), foreseen + "loaded 0x00: not by itself\n");
 }
 
+TEST_F(HostCommand, ArxGroupKeepsItsBlanks) {
+    m_keys.Load("acad2020");
+    std::vector<std::string> add = {"arx", "add", "Walls", "--release", "2020", "--folder", "C:\\W", "--group", " G "};
+    Output(add);
+    const std::string status = Output({"arx", "status", "Walls", "--release", "2020"});
+    EXPECT_NE(status.find("\\Groups]\n G  = REG_SZ \" G \"\n"), std::string::npos) << status;
+    add.push_back("--dry-run");
+    EXPECT_EQ(Output(add) + "loaded 0x00: not by itself\n", status);
+}
+
 TEST_F(HostCommand, ArxRefusesWrongUse) {
     Expect({"arx", "status", "Walls", "--release", "2020"}, 1, "",
            "kvtfile: the release 2020 is not installed\n  'kvtfile host list' lists the installed hosts.\n");

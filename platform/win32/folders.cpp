@@ -198,6 +198,7 @@ BOOL MoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) {
                     : error == EINVAL ? ERROR_SHARING_VIOLATION
                                       : ErrorFromErrno(error));
     }
+    kvtwin::MarkFolderOf(name);
     if (flags & MOVEFILE_WRITE_THROUGH) {
         if (const DWORD failed = SyncFolder(kvtwin::ParentOf(name))) {
             return Fail(failed);

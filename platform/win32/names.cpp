@@ -85,8 +85,11 @@ std::string NameToBytes(std::u16string_view name) {
 }
 
 std::u16string NameFromBytes(std::string_view bytes) {
-    std::u16string name;
-    name.reserve(bytes.size());
+    const auto plain = std::find_if(bytes.begin(), bytes.end(),
+                                    [](char byte) { return static_cast<unsigned char>(byte) >= 0x80 || byte == '\\'; });
+    std::u16string name(bytes.begin(), plain);
+    bytes.remove_prefix(name.size());
+    name.reserve(name.size() + bytes.size());
     size_t lone_highs = 0;  // at the end of the name
     while (!bytes.empty()) {
         char32_t code = 0;

@@ -247,11 +247,35 @@ std::string FindEntry(const std::string& folder, std::u16string_view name, bool 
     return FindIgnoringCase(folder, trimmed);
 }
 
+// What exists as it is spelled needs one look: each of its components does too.
+bool LookUpAsSpelled(const Parsed& parsed, const std::string& start, kvtwin::Location& location) {
+    std::string path = start;
+    std::string parent;
+    for (const std::u16string_view name : parsed.names) {
+        parent = path;
+        path = Join(path, kvtwin::NameToBytes(name));
+    }
+    if (parsed.names.empty() || path.size() >= PATH_MAX || !Exists(path)) {
+        return false;
+    }
+    const std::u16string_view last = parsed.names.back();
+    const std::u16string_view trimmed = parsed.kind == Kind::Drive ? kvtwin::TrimName(last) : last;
+    location.spelled =
+        trimmed.empty() || trimmed.size() == last.size() ? path : Join(parent, kvtwin::NameToBytes(trimmed));
+    location.path = std::move(path);
+    location.root = false;
+    location.separator_at_end = parsed.separator_at_end;
+    return true;
+}
+
 DWORD LookUp(const Parsed& parsed, kvtwin::Location& location) {
     const bool windows_rules = parsed.kind == Kind::Drive;
     std::string path = parsed.root;
     for (const std::string& name : parsed.base) {
         path = Join(path, name);
+    }
+    if (LookUpAsSpelled(parsed, path, location)) {
+        return ERROR_SUCCESS;
     }
     location.spelled = path;
     bool missing = false;

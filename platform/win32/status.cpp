@@ -2,7 +2,7 @@
 //
 // The read-only attribute is the lack of every write permission bit. HIDDEN and SYSTEM stand as a hexadecimal number in
 // the extended attribute user.DOSATTRIB, as other Windows file servers keep them; without it a leading dot means
-// hidden.
+// hidden. The folder of a file that has them carries a mark of its own, which listings go by.
 
 #include "status.h"
 
@@ -20,6 +20,7 @@
 namespace {
 
 constexpr const char* kDosAttributes = "user.DOSATTRIB";
+constexpr const char* kFolderMark = "user.kvtfile.DOSATTRIB";  // some entry has the above
 constexpr DWORD kKept = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
 constexpr LONGLONG kUnixEpoch = 11644473600;  // 1970-01-01 in seconds since 1601-01-01
 constexpr LONGLONG kTicksPerSecond = 10000000;
@@ -31,8 +32,7 @@ DWORD HiddenAndSystem(const std::string& path) {
         text[size] = '\0';
         return static_cast<DWORD>(std::strtoul(text, nullptr, 16)) & kKept;
     }
-    const std::string_view name = std::string_view(path).substr(path.rfind('/') + 1);
-    return name.starts_with('.') && name != "." && name != ".." ? FILE_ATTRIBUTE_HIDDEN : 0;
+    return kvtwin::HiddenByName(std::string_view(path).substr(path.rfind('/') + 1));
 }
 
 // The write bits that the process's umask allows; read without changing it.
@@ -56,7 +56,15 @@ mode_t WritableBits() {
 
 namespace kvtwin {
 
+DWORD HiddenByName(std::string_view name) {
+    return name.starts_with('.') && name != "." && name != ".." ? FILE_ATTRIBUTE_HIDDEN : 0;
+}
+
 DWORD AttributesOf(const std::string& path, const struct stat& status, bool link) {
+    return KindOf(status, link) | HiddenAndSystem(path);
+}
+
+DWORD KindOf(const struct stat& status, bool link) {
     DWORD attributes = S_ISDIR(status.st_mode) ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_ARCHIVE;
     if (IsReadOnly(status)) {
         attributes |= FILE_ATTRIBUTE_READONLY;
@@ -64,7 +72,7 @@ DWORD AttributesOf(const std::string& path, const struct stat& status, bool link
     if (link && S_ISDIR(status.st_mode)) {
         attributes |= FILE_ATTRIBUTE_REPARSE_POINT;
     }
-    return attributes | HiddenAndSystem(path);
+    return attributes;
 }
 
 DWORD ReadStatus(const std::string& path, WIN32_FILE_ATTRIBUTE_DATA& data) {
@@ -73,13 +81,17 @@ DWORD ReadStatus(const std::string& path, WIN32_FILE_ATTRIBUTE_DATA& data) {
     if (::lstat(path.c_str(), &link) != 0 || ::stat(path.c_str(), &status) != 0) {
         return PathError(errno, path);
     }
-    data.dwFileAttributes = AttributesOf(path, status, S_ISLNK(link.st_mode));
+    FillStatus(status, AttributesOf(path, status, S_ISLNK(link.st_mode)), data);
+    return ERROR_SUCCESS;
+}
+
+void FillStatus(const struct stat& status, DWORD attributes, WIN32_FILE_ATTRIBUTE_DATA& data) {
+    data.dwFileAttributes = attributes;
     data.ftCreationTime = data.ftLastWriteTime = FileTimeOf(status.st_mtim);
     data.ftLastAccessTime = FileTimeOf(status.st_atim);
     const ULONGLONG size = S_ISDIR(status.st_mode) ? 0 : static_cast<ULONGLONG>(status.st_size);
     data.nFileSizeHigh = static_cast<DWORD>(size >> 32);
     data.nFileSizeLow = static_cast<DWORD>(size);
-    return ERROR_SUCCESS;
 }
 
 bool StoreDosAttributes(const std::string& path, DWORD attributes) {
@@ -88,7 +100,21 @@ bool StoreDosAttributes(const std::string& path, DWORD attributes) {
     }
     char text[16];
     const int size = std::snprintf(text, sizeof text, "0x%x", attributes & kKept);
-    return ::setxattr(path.c_str(), kDosAttributes, text, static_cast<size_t>(size), 0) == 0;
+    if (::setxattr(path.c_str(), kDosAttributes, text, static_cast<size_t>(size), 0) != 0) {
+        return false;
+    }
+    MarkFolderOf(path);
+    return true;
+}
+
+void MarkFolderOf(const std::string& path) {
+    if (::getxattr(path.c_str(), kDosAttributes, nullptr, 0) >= 0) {
+        ::setxattr(ParentOf(path).c_str(), kFolderMark, "1", 1, 0);
+    }
+}
+
+bool IsMarked(int folder) {
+    return ::fgetxattr(folder, kFolderMark, nullptr, 0) >= 0;
 }
 
 FILETIME FileTimeOf(const timespec& time) {

@@ -114,6 +114,7 @@ KVTFILE_API BOOL SetFileAttributesW(LPCWSTR path, DWORD attributes);
 /// letters match without regard to case. Only the long name is matched. Entries come sorted by upper-cased UTF-16
 /// code units, "." and ".." first (not in the root of a drive). A symbolic link without target is not listed. A name
 /// that is not UTF-8 comes out with U+DC00 + byte for each byte that does not decode, and can be opened by that name.
+/// HIDDEN and SYSTEM are those that SetFileAttributesW has set, and a leading dot.
 /// @return A handle for FindNextFileW, to be closed with FindClose. Errors: 2 nothing matches or a separator at the
 ///         end, 3 no such folder or an empty path, 123 a wildcard in the folder part, 267 the folder part is a file.
 /// Complexity: reads and sorts the whole folder once.

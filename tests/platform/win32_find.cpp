@@ -73,6 +73,51 @@ TEST(Win32Find, PatternsMatchWithoutRegardToCase) {
     }
 }
 
+TEST(Win32Find, HiddenAndSystemShowInListings) {
+    TestFolder folder;
+    ::CreateDirectoryW(folder.Path(_T("other")), nullptr);
+    for (const LPCWSTR name : {_T("a"), _T("b"), _T("c")}) {
+        WriteBytes(folder.Path(name), "");
+    }
+    EXPECT_TRUE(::SetFileAttributesW(folder.Path(_T("b")), FILE_ATTRIBUTE_HIDDEN));
+    EXPECT_TRUE(::SetFileAttributesW(folder.Path(_T("c")), FILE_ATTRIBUTE_SYSTEM));
+    const auto marks = [](const CString& path) {
+        WIN32_FIND_DATAW data = {};
+        const HANDLE find = ::FindFirstFileW(path, &data);
+        EXPECT_NE(find, INVALID_HANDLE_VALUE) << kvttest::Utf8(path);
+        ::FindClose(find);
+        return data.dwFileAttributes & (FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM);
+    };
+    EXPECT_EQ(marks(folder.Path(_T("a*"))), 0u);
+    EXPECT_EQ(marks(folder.Path(_T("b*"))), DWORD{FILE_ATTRIBUTE_HIDDEN});
+    EXPECT_EQ(marks(folder.Path(_T("b"))), DWORD{FILE_ATTRIBUTE_HIDDEN});
+    EXPECT_EQ(marks(folder.Path(_T("c*"))), DWORD{FILE_ATTRIBUTE_SYSTEM});
+    // They go along to another folder, and are seen there.
+    EXPECT_TRUE(::MoveFileW(folder.Path(_T("b")), folder.Path(_T("other\\b"))));
+    EXPECT_TRUE(::CopyFileW(folder.Path(_T("c")), folder.Path(_T("other\\c")), TRUE));
+    EXPECT_EQ(marks(folder.Path(_T("other\\b*"))), DWORD{FILE_ATTRIBUTE_HIDDEN});
+    EXPECT_EQ(marks(folder.Path(_T("other\\c*"))), DWORD{FILE_ATTRIBUTE_SYSTEM});
+}
+
+TEST(Win32Find, FoldersAloneCanBeAskedFor) {
+    TestFolder folder;
+    WriteBytes(folder.Path(_T("file")), "");
+    ::CreateDirectoryW(folder.Path(_T("sub")), nullptr);
+    Names folders;
+    WIN32_FIND_DATAW data;
+    const HANDLE find = ::FindFirstFileExW(folder.Path(_T("*")), FindExInfoBasic, &data, FindExSearchLimitToDirectories,
+                                           nullptr, FIND_FIRST_EX_LARGE_FETCH);
+    ASSERT_NE(find, INVALID_HANDLE_VALUE) << ::GetLastError();
+    do {
+        // A wish: Windows may hand out the others too.
+        if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
+            folders.push_back(kvttest::Utf8(data.cFileName));
+        }
+    } while (::FindNextFileW(find, &data));
+    ::FindClose(find);
+    EXPECT_EQ(folders, (Names{".", "..", "sub"}));
+}
+
 #ifndef _WIN32
 
 TEST(Win32Find, WildcardsFollowWindowsAtDotsAndEnds) {
@@ -174,5 +219,38 @@ TEST(Win32Find, TwoThousandEntriesComeSortedAndWhole) {
     ASSERT_EQ(names.size(), size_t{kCount});
     EXPECT_TRUE(std::is_sorted(names.begin(), names.end()));
 }
+
+#ifndef _WIN32
+
+TEST(Win32Find, OnlyFoldersAreHandedOutWhenTheyAreAskedFor) {
+    TestFolder folder;
+    WriteBytes(folder.Path(_T("file")), "");
+    ::CreateDirectoryW(folder.Path(_T("sub")), nullptr);
+    WIN32_FIND_DATAW data;
+    const HANDLE find = ::FindFirstFileExW(folder.Path(_T("?*")), FindExInfoStandard, &data,
+                                           FindExSearchLimitToDirectories, nullptr, 0);
+    ASSERT_NE(find, INVALID_HANDLE_VALUE) << ::GetLastError();
+    EXPECT_STREQ(data.cFileName, _T("."));
+    EXPECT_TRUE(::FindNextFileW(find, &data));
+    EXPECT_STREQ(data.cFileName, _T(".."));
+    EXPECT_TRUE(::FindNextFileW(find, &data));
+    EXPECT_STREQ(data.cFileName, _T("sub"));
+    EXPECT_FALSE(::FindNextFileW(find, &data));
+    ::FindClose(find);
+}
+
+TEST(Win32Find, OtherWishesAreRefused) {
+    TestFolder folder;
+    WIN32_FIND_DATAW data;
+    int filter = 0;
+    const CString all = folder.Path(_T("*"));
+    const auto refused = [](HANDLE find) { return find == INVALID_HANDLE_VALUE && ::GetLastError() == 87; };
+    EXPECT_TRUE(refused(::FindFirstFileExW(all, FindExInfoBasic, nullptr, FindExSearchNameMatch, nullptr, 0)));
+    EXPECT_TRUE(refused(::FindFirstFileExW(all, FindExInfoBasic, &data, FindExSearchNameMatch, &filter, 0)));
+    EXPECT_TRUE(refused(
+        ::FindFirstFileExW(all, FindExInfoBasic, &data, FindExSearchNameMatch, nullptr, FIND_FIRST_EX_CASE_SENSITIVE)));
+}
+
+#endif
 
 }  // namespace

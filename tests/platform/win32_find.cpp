@@ -230,11 +230,11 @@ TEST(Win32Find, OnlyFoldersAreHandedOutWhenTheyAreAskedFor) {
     const HANDLE find = ::FindFirstFileExW(folder.Path(_T("?*")), FindExInfoStandard, &data,
                                            FindExSearchLimitToDirectories, nullptr, 0);
     ASSERT_NE(find, INVALID_HANDLE_VALUE) << ::GetLastError();
-    EXPECT_STREQ(data.cFileName, _T("."));
+    EXPECT_EQ(CString(data.cFileName), _T("."));
     EXPECT_TRUE(::FindNextFileW(find, &data));
-    EXPECT_STREQ(data.cFileName, _T(".."));
+    EXPECT_EQ(CString(data.cFileName), _T(".."));
     EXPECT_TRUE(::FindNextFileW(find, &data));
-    EXPECT_STREQ(data.cFileName, _T("sub"));
+    EXPECT_EQ(CString(data.cFileName), _T("sub"));
     EXPECT_FALSE(::FindNextFileW(find, &data));
     ::FindClose(find);
 }

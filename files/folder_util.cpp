@@ -4,6 +4,7 @@
 
 #include "kvtfile/FileUtil.h"
 #include "platform/quiet.h"
+#include "platform/shell_calls.h"
 
 namespace kvtfile {
 
@@ -44,7 +45,7 @@ int FileExist(LPCWSTR path) {
 }
 
 int FIsDirectory(CString path) {
-    return IsFolder(path) ? 1 : 0;
+    return ::PathIsDirectoryW(path) ? 1 : 0;
 }
 
 int CreateMDirectory(LPCWSTR path) {

@@ -67,4 +67,84 @@ KVTFILE_API int CreateMDirectory(LPCWSTR path);
 /// @return Whether the folder is there afterwards; 1 for a file's path without a separator behind its first character.
 KVTFILE_API int FMakeSurePathExists(LPCWSTR path, int bIsFilePath);
 
+/// A file's last-write time as local time, converted with the offset from UTC that was in force at that time.
+/// @param path A file, or a folder where the system opens folders as files. It is opened for reading, sharing reading
+///        alone: a file that is open for writing fails.
+/// @param t Whole seconds; unchanged on failure. A stamp that no `COleDateTime` holds gives an invalid one and 1.
+KVTFILE_API int FGetFileTime(CString path, COleDateTime& t);
+
+/// Sets a file's creation, last-access and last-write time, as far as the file system keeps them.
+/// @param t Local time; one that is not valid, or before 1601, is refused.
+KVTFILE_API int FSetFileTime(CString path, COleDateTime t);
+
+/// Appends the name (without its path) of every entry that matches a pattern, in the order found; "." and ".." and
+/// folders come as the file system gives them.
+/// @return 1 when there is at least one.
+KVTFILE_API int FindFile(CStringArray& names, LPCWSTR pattern);
+
+/// The same with the last-write times, as local time in the form "%Y-%m-%d %H:%M": `times[i]` belongs to `names[i]`
+/// when both arrays were of one length before.
+/// @param times A time that no `COleDateTime` holds appears as "Invalid DateTime".
+/// @param after Null: every entry. Else only entries written strictly later; none when it is not valid, and none whose
+///        own time is not.
+/// @return 1 when something matches the pattern, also when all of it was left out.
+KVTFILE_API int FindFile(CStringArray& names, LPCWSTR pattern, CStringArray& times, COleDateTime* after);
+
+/// Copies files into a folder, over files of the same name. A copy that is read-only gets the attributes 0xA0 (archive,
+/// normal). A file that cannot be copied is passed over; what stood in its place stays.
+/// @param destDir The names (`GetFnameFromFullFileName`) are put right behind it: let it end in "\".
+KVTFILE_API void CopyFileArr(CStringArray& files, CString destDir);
+
+// ---- Line files -------------------------------------------------------------------------------------------------
+// Text of code page 936. CR LF and LF are read as line ends, CR LF is written. A character that the page lacks is
+// written as "?".
+
+/// Appends every line that is not empty and does not begin with "//"; blanks count as text.
+/// @return 1; -1 (nothing appended) when the file cannot be opened or read to its end.
+KVTFILE_API int ReadData(LPCWSTR file, CStringArray& lines);
+
+/// Writes every element as a line, in place of what the file held. An element that ends in a line feed gets none.
+/// @return 1; -1 when the file cannot be written: it is then whole as it was.
+KVTFILE_API int WriteData(LPCWSTR file, CStringArray& lines);
+
+/// Writes the elements back to back, as they are: without line ends but those that they hold.
+/// @return As above; -1 also for a null list.
+KVTFILE_API int WriteData(LPCWSTR file, CStringList* lines);
+
+// ---- Single values of INI files and the registry ----------------------------------------------------------------
+// The INI functions load the whole file by `CIniFile`, whose format, redirection to working copies and threading rule
+// hold here too. A null text is an empty one.
+
+/// A value; `def` when it is missing or empty.
+KVTFILE_API CString GetIniKeyValue(LPCWSTR file, LPCWSTR section, LPCWSTR key, LPCWSTR def);
+
+/// Sets a value and saves the file at once; section, key and file are made when missing.
+/// @return 1 when the file holds the value; 0 when it cannot be read or written: it is then as it was.
+KVTFILE_API int SetIniKeyValue(LPCWSTR file, LPCWSTR section, LPCWSTR key, LPCWSTR value);
+
+/// Deletes an entry and saves the file at once.
+/// @return false: there is no such entry, or the file cannot be read or written; it is then as it was.
+KVTFILE_API bool DelIniKey(LPCWSTR file, LPCWSTR section, LPCWSTR key);
+
+/// The unnamed value of a key below HKEY_CLASSES_ROOT (a file type such as ".txt", or a class), without white space at
+/// its end; empty when there is none.
+KVTFILE_API CString GetTypeRegInfo(CString key);
+
+// ---- Folders of the system --------------------------------------------------------------------------------------
+
+/// The folder of the running program, ending in "\".
+KVTFILE_API CString GetAppPath();
+/// The folder of a loaded module, ending in "\"; null is the program. Empty for what is no module.
+KVTFILE_API CString GetAppPath(HINSTANCE h);
+
+/// The system's own folders, ending in "\". A failure of the system throws `CFileException*`.
+KVTFILE_API CString GetSystemPath();
+KVTFILE_API CString GetWindowsPath();
+
+/// The user's folder for temporary files, ending in "\". @return 1; a failure of the system throws `CFileException*`.
+KVTFILE_API int GetTempPathW(CString& out);
+
+/// The process's current folder, without a separator at its end but for a drive's root; empty when there is none.
+KVTFILE_API CString GetCurrentDirectoryW();
+
 }  // namespace kvtfile

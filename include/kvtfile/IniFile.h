@@ -188,13 +188,12 @@ protected:
     bool m_bReading = false;
     bool m_bAutoSave = false;
     CString m_strError;
+    bool m_bUnread = false;  ///< The file is there and could not be read: it is not written without being asked.
 
 private:
     bool ReadEntries();
     void SetItemFromAssiFile();
     static void AppendLines(const Key& key, CStringArray& arrLines);
-
-    bool m_bUnread = false;  // the file is there and could not be read: it is not written without being asked
 };
 
 }  // namespace kvtfile

@@ -6,6 +6,7 @@
 
 #include "handles.h"
 
+#include <pthread.h>
 #include <unistd.h>
 
 #include <mutex>
@@ -21,6 +22,7 @@ using Slots = std::vector<std::shared_ptr<kvtwin::Object>>;
 constinit std::mutex g_mutex;
 constinit Slots* g_slots = nullptr;
 constinit size_t g_used = 0;
+constinit bool g_fork_known = false;
 
 constexpr UINT_PTR kStep = 4;
 
@@ -37,8 +39,15 @@ std::shared_ptr<kvtwin::Object>* SlotOf(HANDLE handle) {
     return slot ? &slot : nullptr;
 }
 
+void KeepThroughForks() {
+    if (!g_fork_known) {
+        g_fork_known = ::pthread_atfork(kvtwin::LockHandles, kvtwin::UnlockHandles, kvtwin::UnlockHandles) == 0;
+    }
+}
+
 HANDLE AddLocked(std::shared_ptr<kvtwin::Object> object) {
     try {
+        KeepThroughForks();
         if (!g_slots) {
             g_slots = new Slots;
         }
@@ -133,6 +142,11 @@ void LockHandles() {
 
 void UnlockHandles() {
     g_mutex.unlock();
+}
+
+void KeepHandlesThroughForks() {
+    const std::lock_guard lock(g_mutex);
+    KeepThroughForks();
 }
 
 std::shared_ptr<Object> RemoveHandle(HANDLE handle) {

@@ -50,7 +50,9 @@ std::shared_ptr<Object> FindHandle(HANDLE handle);
 /// As FindHandle, for a handle of one kind; the last error is 6 when null.
 std::shared_ptr<OpenFile> FindFile(HANDLE handle);
 
-/// Holds the table for the length of a fork, so that the child finds it whole and free.
+/// From now on the table is held for the length of a fork, so that the child finds it whole and free. What is locked
+/// before the table has to be made safe for forks after this call.
+void KeepHandlesThroughForks();
 void LockHandles();
 void UnlockHandles();
 

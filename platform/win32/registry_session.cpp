@@ -91,18 +91,15 @@ void Connect() {
     g_connection = fresh.release();
 }
 
-// A thread that works with the store asks for handles: they are locked in this order only.
 void BeforeFork() {
     g_mutex.lock();
     if (g_connection) {
         g_connection->database.KeepLogAtClose();
         Close();
     }
-    LockHandles();
 }
 
 void AfterFork() {
-    UnlockHandles();
     g_mutex.unlock();
 }
 
@@ -117,6 +114,8 @@ __attribute__((destructor)) void AtUnload() {
 
 RegistrySession::RegistrySession(For what) : m_lock(g_mutex) {
     if (!g_fork_known) {
+        // A thread that works with the store asks for handles: they are locked in this order only.
+        KeepHandlesThroughForks();
         if (pthread_atfork(BeforeFork, AfterFork, AfterFork) != 0) {
             throw RegistryError{ERROR_NOT_ENOUGH_MEMORY};
         }

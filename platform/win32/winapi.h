@@ -74,15 +74,6 @@ KVTFILE_API BOOL SetEndOfFile(HANDLE file);
 /// Returns when the file's content is on the storage device. The handle needs write access (else error 5).
 KVTFILE_API BOOL FlushFileBuffers(HANDLE file);
 
-/// Locks a range of bytes against other locks, of other processes and of other handles of this one; it binds nobody
-/// who does not lock. Here the whole file is locked, whatever the range. Without LOCKFILE_FAIL_IMMEDIATELY it waits.
-/// The system unlocks when the handle is closed or the process ends, in whatever way. Error 33: locked by another.
-/// @param range The place of the range; not null (87).
-KVTFILE_API BOOL LockFileEx(HANDLE file, DWORD flags, DWORD reserved, DWORD sizeLow, DWORD sizeHigh,
-                            LPOVERLAPPED range);
-/// Error 158: this handle holds no lock.
-KVTFILE_API BOOL UnlockFileEx(HANDLE file, DWORD reserved, DWORD sizeLow, DWORD sizeHigh, LPOVERLAPPED range);
-
 /// Closes a handle of CreateFileW or of an event. Error 6: not an open handle.
 KVTFILE_API BOOL CloseHandle(HANDLE handle);
 
@@ -215,13 +206,14 @@ KVTFILE_API BOOL DestroyIcon(HICON icon);
 // gives it back. The system gives it back when its holder ends, in whatever way, which is more than Windows does.
 
 /// Opens the event of a name, or makes it. @param manualReset FALSE and @param signalled TRUE; others are refused (50).
-/// @param name Not null or empty (87), without "\" (3). Last error 183: it was there already, else 0.
+/// @param name Not null or empty (87), without "\" (3) and "/" (123), of 200 bytes at most (206). Last error 183: it
+/// was there already, else 0.
 KVTFILE_API HANDLE CreateEventW(LPSECURITY_ATTRIBUTES security, BOOL manualReset, BOOL signalled, LPCWSTR name);
 
 /// Opens the event of a name. Error 2: nobody has made it yet.
 KVTFILE_API HANDLE OpenEventW(DWORD access, BOOL inherit, LPCWSTR name);
 
-/// Gives the event back; nothing happens when it is signalled.
+/// Gives the event back that was taken by this handle; nothing happens when it was not.
 KVTFILE_API BOOL SetEvent(HANDLE event);
 
 /// Takes an event. @param milliseconds INFINITE, or 0 for a look. @return WAIT_OBJECT_0, WAIT_TIMEOUT or WAIT_FAILED.

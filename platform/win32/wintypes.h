@@ -183,16 +183,7 @@ struct SECURITY_ATTRIBUTES {
     BOOL bInheritHandle;
 };
 using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
-
-/// A place in a file, for locks. Input and output are never overlapped: reads and writes take null.
-struct OVERLAPPED {
-    ULONG_PTR Internal;
-    ULONG_PTR InternalHigh;
-    DWORD Offset;
-    DWORD OffsetHigh;
-    HANDLE hEvent;
-};
-using LPOVERLAPPED = OVERLAPPED*;
+using LPOVERLAPPED = struct OVERLAPPED*;  ///< Always null: there is no overlapped input or output.
 
 struct TIME_ZONE_INFORMATION;  ///< Always null: the process's own time zone.
 
@@ -279,6 +270,7 @@ constexpr DWORD ERROR_PRIVILEGE_NOT_HELD = 1314;
 constexpr DWORD ERROR_KEY_DELETED = 1018;
 constexpr DWORD ERROR_INVALID_FLAGS = 1004;
 constexpr DWORD ERROR_NO_UNICODE_TRANSLATION = 1113;
+constexpr DWORD ERROR_NO_ASSOCIATION = 1155;
 constexpr DWORD ERROR_IO_DEVICE = 1117;
 constexpr DWORD ERROR_DISK_OPERATION_FAILED = 1127;
 constexpr DWORD ERROR_POSSIBLE_DEADLOCK = 1131;
@@ -337,9 +329,6 @@ constexpr DWORD MOVEFILE_WRITE_THROUGH = 8;
 
 constexpr DWORD FIND_FIRST_EX_CASE_SENSITIVE = 1;
 constexpr DWORD FIND_FIRST_EX_LARGE_FETCH = 2;
-
-constexpr DWORD LOCKFILE_FAIL_IMMEDIATELY = 1;
-constexpr DWORD LOCKFILE_EXCLUSIVE_LOCK = 2;
 
 // ---- Shell ------------------------------------------------------------------------------------------------------
 

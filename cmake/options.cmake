@@ -34,7 +34,8 @@ endif()
 
 if(WIN32)
     target_compile_definitions(kvtfile_build_flags INTERFACE UNICODE _UNICODE NOMINMAX STRICT)
-    target_link_libraries(kvtfile_system_libraries INTERFACE advapi32 shell32 shlwapi ole32 oleaut32 user32)
+    target_link_libraries(kvtfile_system_libraries INTERFACE
+        advapi32 gdi32 ole32 oleaut32 shell32 shlwapi user32 uuid)
 else()
     find_package(ICU REQUIRED COMPONENTS uc)
     find_package(SQLite3 REQUIRED)

@@ -86,7 +86,7 @@ check_dll() {
     # The DLL stands on system DLLs alone: nothing of the compiler's has to travel with it.
     local dll=build/windows/kvtfileU2021.dll imports strange
     imports=$(x86_64-w64-mingw32-objdump -p "$dll" 2>/dev/null | sed -nE 's/^\s*DLL Name: (.*)$/\1/p' || true)
-    strange=$(grep -viE '^(api-ms-win-crt-[a-z0-9-]+|kernel32|advapi32|shell32|shlwapi|ole32|oleaut32|user32)\.dll$' \
+    strange=$(grep -viE '^(api-ms-win-crt-[a-z0-9-]+|advapi32|gdi32|kernel32|ole32|oleaut32|shell32|shlwapi|user32)\.dll$' \
         <<<"$imports" || true)
     if [ -n "$imports" ] && [ -z "$strange" ]; then
         report imports 1 0

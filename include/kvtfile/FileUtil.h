@@ -147,4 +147,32 @@ KVTFILE_API int GetTempPathW(CString& out);
 /// The process's current folder, without a separator at its end but for a drive's root; empty when there is none.
 KVTFILE_API CString GetCurrentDirectoryW();
 
+// ---- Shell links and icons --------------------------------------------------------------------------------------
+
+/// Where a shell link (.lnk) leads.
+///
+/// Windows asks the shell. Elsewhere the file's own fields are read: the network's form of the target
+/// ("\\server\share\a"), the local one, the one with variables (expanded), the one relative to the link (made
+/// absolute).
+/// @param lnk Path of the link; not changed.
+/// @return The target's path, which need not exist; empty when the file is missing, unreadable, no link, damaged, or
+///         leads to something without a path or to a path of 260 units or more.
+KVTFILE_API CString ExpandShortcut(CString& lnk);
+
+/// The icon of a file's type: 32 x 32 pixels, or 16 x 16.
+///
+/// The class of the extension is looked up below HKEY_CLASSES_ROOT, and its "DefaultIcon": "file,number", where a
+/// negative number is the identifier of a resource, quotes and variables (%SystemRoot%) are understood and "%1" is
+/// `path` itself. A program (.exe) shows its own first icon, without one that of applications. Where nothing is
+/// registered, or what is registered cannot be had, the shell's own icons serve.
+/// @param path Names the type; only programs and types of "%1" are looked into.
+/// @param kind The shell's icon, by its number in shell32.dll: 0 unknown document, 1 document, 2 application, 3 folder,
+///        4 open folder, 5 and 6 floppy disks, 7 removable disk, 8 hard disk, 9 network drive, 10 one out of reach, 11
+///        optical disc, 12 disk in memory, 13 network, 14 computers of a network, 15 this computer, 16 printer, 17
+///        computers around. Any other is 0.
+/// @return The caller's icon, to be released with DestroyIcon (`kvtmfc::GetIconPixels` gives its pixels); null when
+/// there is
+///         none.
+KVTFILE_API HICON GetTypeIcon(CString path, int kind, bool bSmall);
+
 }  // namespace kvtfile

@@ -18,4 +18,5 @@
 #include "cwnd.h"
 #include "exceptions.h"
 #include "fold.h"
+#include "icon.h"
 #include "messagebox.h"

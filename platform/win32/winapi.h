@@ -171,6 +171,11 @@ KVTFILE_API UINT GetTempFileNameW(LPCWSTR folder, LPCWSTR prefix, UINT unique, L
 /// @param size In: the buffer's room. Out: the length; error 111: the room needed, the NUL included.
 KVTFILE_API BOOL GetComputerNameW(LPWSTR buffer, LPDWORD size);
 
+/// A text with every `%NAME%` of a variable that Windows sets (SystemRoot, ProgramFiles, USERPROFILE, ...) replaced by its
+/// value, a path in the prefix; other names stay as they stand.
+/// @return Characters of the result, the NUL included; `buffer` is unchanged when it holds fewer.
+KVTFILE_API DWORD ExpandEnvironmentStringsW(LPCWSTR text, LPWSTR buffer, DWORD size);
+
 // ---- Shell ------------------------------------------------------------------------------------------------------
 
 /// Copies, moves, deletes or renames files and folders.

@@ -42,15 +42,15 @@ public:
     COleDateTime GetLastWriteTime() const { return m_timLastWrite; }
 
     /// Attributes: the bit, or 0. All are set in a record that describes no file.
-    DWORD IsReadOnly() const { return m_dwAttributes & FILE_ATTRIBUTE_READONLY; }
-    DWORD IsHidden() const { return m_dwAttributes & FILE_ATTRIBUTE_HIDDEN; }
-    DWORD IsSystem() const { return m_dwAttributes & FILE_ATTRIBUTE_SYSTEM; }
-    DWORD IsDirectory() const { return m_dwAttributes & FILE_ATTRIBUTE_DIRECTORY; }
-    DWORD IsArchived() const { return m_dwAttributes & FILE_ATTRIBUTE_ARCHIVE; }
-    DWORD IsTemporary() const { return m_dwAttributes & FILE_ATTRIBUTE_TEMPORARY; }
-    DWORD IsCompressed() const { return m_dwAttributes & FILE_ATTRIBUTE_COMPRESSED; }
+    int IsReadOnly() const { return Has(FILE_ATTRIBUTE_READONLY); }
+    int IsHidden() const { return Has(FILE_ATTRIBUTE_HIDDEN); }
+    int IsSystem() const { return Has(FILE_ATTRIBUTE_SYSTEM); }
+    int IsDirectory() const { return Has(FILE_ATTRIBUTE_DIRECTORY); }
+    int IsArchived() const { return Has(FILE_ATTRIBUTE_ARCHIVE); }
+    int IsTemporary() const { return Has(FILE_ATTRIBUTE_TEMPORARY); }
+    int IsCompressed() const { return Has(FILE_ATTRIBUTE_COMPRESSED); }
     /// 1 when no attribute at all is set; FILE_ATTRIBUTE_NORMAL is an attribute too.
-    DWORD IsNormal() const { return m_dwAttributes == 0 ? 1 : 0; }
+    int IsNormal() const { return m_dwAttributes == 0 ? 1 : 0; }
 
     /// Parts of the path, by its text alone: "C:", "\folder\", "name", ".ext". Both separators count; a part may be
     /// empty, and of any length.
@@ -96,6 +96,9 @@ public:
     DWORD m_dwCRC = 0xFFFFFFFF;
     DWORD m_dwCRCPos = 0;       ///< Up to where the file has entered the code.
     DWORD m_dwChecksumPos = 0;  ///< Up to where the file has entered the checksum.
+
+private:
+    int Has(DWORD attribute) const { return static_cast<int>(m_dwAttributes & attribute); }
 };
 
 /// Stores or loads records field by field, in their order.
@@ -119,7 +122,7 @@ namespace kvtfile {
 class KVTFILE_API CFileInfoArray : public CArray<CFileInfo, CFileInfo&> {
 public:
     /// Adds the record of a path. One that does not exist adds the default record. @return The new record's index.
-    INT_PTR AddFile(CString path, LONGLONG sortMode);
+    int AddFile(CString path, LONGLONG sortMode);
 
     /// Adds the records of a folder's entries.
     ///
@@ -137,12 +140,12 @@ public:
     /// @return Records added. When memory runs out the call ends early with what was added before.
     /// Complexity: n records into an array of m cost O(n log n + m) in any order; in a derived class, whose AddFileInfo
     /// is called for each record as it is found, what AddFileInfo costs.
-    INT_PTR AddDir(CString dir, CString ext, int bRecurse, LONGLONG sortMode, int bIncludeDirs,
-                   const volatile int* pbAbort = nullptr, volatile DWORD* pFound = nullptr);
+    int AddDir(CString dir, CString ext, int bRecurse, LONGLONG sortMode, int bIncludeDirs,
+               const volatile int* pbAbort = nullptr, volatile DWORD* pFound = nullptr);
 
 protected:
     /// Inserts a copy of a record. @return Its index. O(m) in an array of m.
-    virtual INT_PTR AddFileInfo(CFileInfo& fi, LONGLONG sortMode);
+    virtual int AddFileInfo(CFileInfo& fi, LONGLONG sortMode);
 };
 
 }  // namespace kvtfile

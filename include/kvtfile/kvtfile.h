@@ -7,6 +7,7 @@
 #include "kvtfile/CadHost.h"
 #include "kvtfile/DataPath.h"
 #include "kvtfile/FileBase.h"
+#include "kvtfile/FileInfo.h"
 #include "kvtfile/FileUtil.h"
 #include "kvtfile/IniFile.h"
 #include "kvtfile/Registry.h"

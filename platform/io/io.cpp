@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/io/faults.h"
+#include "platform/io/folders.h"
 #include "platform/io/raw.h"
 
 namespace kvtio {
@@ -69,6 +70,11 @@ Error File::Open(LPCWSTR path, Access access, Disposition disposition, DWORD sha
 
 Error File::OpenPrivate(LPCWSTR path) {
     return Open(path, Access::ReadWrite, Disposition::CreateNew, 0, raw::kPrivateFile);
+}
+
+Error File::OpenForScan(LPCWSTR path) {
+    return Open(LongForm(path).c_str(), Access::Read, Disposition::OpenExisting, FILE_SHARE_READ,
+                FILE_FLAG_SEQUENTIAL_SCAN);
 }
 
 Error File::Open(LPCWSTR path, Access access, Disposition disposition, DWORD share, DWORD attributes) {

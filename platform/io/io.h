@@ -53,6 +53,9 @@ public:
     /// Errors: 80 it exists, and those of Open.
     Error OpenPrivate(LPCWSTR path);
 
+    /// Opens an existing file to be read from start to end, whatever the length of its path; others may read it too.
+    Error OpenForScan(LPCWSTR path);
+
     /// Reads until `wanted` bytes or the end of the file; `got` tells how many, also on failure.
     Error Read(void* buffer, size_t wanted, size_t& got);
 

@@ -5,11 +5,9 @@
 
 #include <string>
 
-#include "platform/io/io.h"
+#include "platform/io/folders.h"
 
 namespace kvtio {
-
-using Path = std::basic_string<WCHAR>;
 
 namespace raw {
 

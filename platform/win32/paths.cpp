@@ -250,18 +250,20 @@ std::string FindEntry(const std::string& folder, std::u16string_view name, bool 
 // What exists as it is spelled needs one look: each of its components does too.
 bool LookUpAsSpelled(const Parsed& parsed, const std::string& start, kvtwin::Location& location) {
     std::string path = start;
-    std::string parent;
+    size_t parent = 0;  // length of the path without its last component
     for (const std::u16string_view name : parsed.names) {
-        parent = path;
-        path = Join(path, kvtwin::NameToBytes(name));
+        if (!path.ends_with('/')) {
+            path += '/';
+        }
+        parent = path.size();
+        path += kvtwin::NameToBytes(name);
     }
     if (parsed.names.empty() || path.size() >= PATH_MAX || !Exists(path)) {
         return false;
     }
     const std::u16string_view last = parsed.names.back();
     const std::u16string_view trimmed = parsed.kind == Kind::Drive ? kvtwin::TrimName(last) : last;
-    location.spelled =
-        trimmed.empty() || trimmed.size() == last.size() ? path : Join(parent, kvtwin::NameToBytes(trimmed));
+    location.spelled = trimmed.empty() ? path : path.substr(0, parent) + kvtwin::NameToBytes(trimmed);
     location.path = std::move(path);
     location.root = false;
     location.separator_at_end = parsed.separator_at_end;

@@ -1,0 +1,23 @@
+#pragma once
+
+/// @file
+/// The insertion orders of CFileInfoArray, for one record and for many at once.
+
+#include "kvtfile/FileInfo.h"
+
+namespace kvtfile::detail {
+
+using FileInfoBase = CArray<CFileInfo, CFileInfo&>;
+
+/// Whether the mode is one of the sorted ones; any other appends.
+bool IsSorted(LONGLONG sortMode);
+
+/// The index before which a record belongs.
+INT_PTR PlaceOf(const CFileInfo& record, const FileInfoBase& records, LONGLONG sortMode);
+
+/// Moves the records from `first` on, which were appended, to where one-by-one insertion in their order would have put
+/// them. `commonPath` units at the start of all their paths are the same.
+/// @return False: no memory, the records stay where they are. O(k log k + n) for k records of n.
+bool PlaceAppended(FileInfoBase& records, INT_PTR first, LONGLONG sortMode, int commonPath);
+
+}  // namespace kvtfile::detail

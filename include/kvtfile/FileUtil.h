@@ -67,6 +67,11 @@ KVTFILE_API int CreateMDirectory(LPCWSTR path);
 /// @return Whether the folder is there afterwards; 1 for a file's path without a separator behind its first character.
 KVTFILE_API int FMakeSurePathExists(LPCWSTR path, int bIsFilePath);
 
+/// Deletes for good through the shell, without dialogs for progress or confirmation: a file, a folder with all that is
+/// in it, or what a wildcard in the last component matches. Read-only ones too.
+/// @return 1 when the shell says that all of it is deleted; 0 also for an empty path and one that names nothing.
+KVTFILE_API int DelFile(CString path);
+
 /// A file's last-write time as local time, converted with the offset from UTC that was in force at that time.
 /// @param path A file, or a folder where the system opens folders as files. It is opened for reading, sharing reading
 ///        alone: a file that is open for writing fails.

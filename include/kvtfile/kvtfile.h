@@ -11,6 +11,7 @@
 #include "kvtfile/FileUtil.h"
 #include "kvtfile/IniFile.h"
 #include "kvtfile/Registry.h"
+#include "kvtfile/ShellFileOp.h"
 #include "kvtfile/SupportPath.h"
 #include "kvtfile/XmlCfg.h"
 #include "kvtfile/XmlFile.h"

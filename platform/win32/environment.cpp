@@ -72,14 +72,29 @@ User CurrentUser() {
     return user;
 }
 
-std::string Prefix(const std::string& home) {
+void CutSeparators(std::string& path) {
+    while (path.size() > 1 && path.ends_with('/')) {
+        path.pop_back();
+    }
+}
+
+std::string DataFolder(const std::string& home) {
+    std::string data;
+    if (const std::string_view own = Variable("XDG_DATA_HOME"); own.starts_with('/')) {
+        data = own;
+    } else if (home.starts_with('/')) {
+        data = home + "/.local/share";
+    }
+    CutSeparators(data);
+    return data;
+}
+
+std::string Prefix(const std::string& data) {
     std::string prefix;
     if (const std::string_view own = Variable("KVTFILE_PREFIX"); !own.empty()) {
         prefix = own;
-    } else if (const std::string_view data = Variable("XDG_DATA_HOME"); data.starts_with('/')) {
-        prefix = std::string(data) + "/kvtfile";
-    } else if (home.starts_with('/')) {
-        prefix = home + "/.local/share/kvtfile";
+    } else if (!data.empty()) {
+        prefix = data + "/kvtfile";
     } else {
         return {};
     }
@@ -90,9 +105,7 @@ std::string Prefix(const std::string& home) {
         }
         prefix = std::string(current) + '/' + prefix;
     }
-    while (prefix.size() > 1 && prefix.ends_with('/')) {
-        prefix.pop_back();
-    }
+    CutSeparators(prefix);
     return prefix;
 }
 
@@ -111,7 +124,11 @@ constinit kvtwin::Environment g_environment{};
 void ReadEnvironment() {
     const User user = CurrentUser();
     std::snprintf(g_environment.user, sizeof g_environment.user, "%s", user.name.c_str());
-    const std::string prefix = Prefix(user.home);
+    const std::string data = DataFolder(user.home);
+    const std::string prefix = Prefix(data);
+    if (data.size() < sizeof g_environment.data - 256) {
+        std::snprintf(g_environment.data, sizeof g_environment.data, "%s", data.c_str());
+    }
     // Room is kept for a drive and a name: a longer prefix could hold no file.
     if (prefix.size() < sizeof g_environment.prefix - 256) {
         std::snprintf(g_environment.prefix, sizeof g_environment.prefix, "%s", prefix.c_str());

@@ -24,6 +24,9 @@ struct Environment {
     /// The folder that holds the drives, absolute and without a separator at the end; empty when there is no place
     /// for one.
     char prefix[PATH_MAX];
+    /// The folder of the user's data ($XDG_DATA_HOME), absolute and without a separator at the end; empty when there is
+    /// none.
+    char data[PATH_MAX];
     /// The name of the user's folder under users.
     char user[64];
     CodePages pages;

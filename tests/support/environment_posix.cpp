@@ -22,6 +22,8 @@ void PrepareEnvironment() {
     }
     g_prefix = new std::filesystem::path(name);
     setenv("KVTFILE_PREFIX", name.c_str(), 1);
+    // The user's own trash stands there.
+    setenv("XDG_DATA_HOME", (name + "/data").c_str(), 1);
     unsetenv("DISPLAY");
 }
 

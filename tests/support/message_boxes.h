@@ -1,6 +1,6 @@
 #pragma once
 
-// Message boxes as tests see them: kept, and answered by OK.
+// Message boxes as tests see them: kept, and answered at once.
 
 #include <string>
 #include <utility>
@@ -13,7 +13,8 @@ namespace kvttest {
 /// The boxes shown while it lives, each as "type text". One at a time.
 class MessageBoxes {
 public:
-    MessageBoxes() {
+    explicit MessageBoxes(int answer = IDOK) {
+        Answer() = answer;
         Kept().clear();
         m_previous = kvtmfc::SetMessageBoxHandler(Keep);
     }
@@ -29,9 +30,13 @@ private:
         static std::vector<std::string> boxes;
         return boxes;
     }
+    static int& Answer() {
+        static int answer = IDOK;
+        return answer;
+    }
     static int Keep(LPCWSTR text, UINT type) {
         Kept().push_back(std::to_string(type) + " " + Utf8(text));
-        return IDOK;
+        return Answer();
     }
 
     kvtmfc::MessageBoxHandler m_previous;

@@ -1,0 +1,330 @@
+// Copies and moves. A move renames; where the target is on another file system, or a folder that is there already takes
+// in another, it copies, makes the copies durable, and deletes what was copied, and nothing else.
+//
+// Invariants: a file that is to be replaced is there, whole, until the new one takes its place in one step. A new
+// folder appears under its name when it is whole. Nothing of the source is deleted before all of the copy is on the
+// storage device.
+
+#include "shell_transfer.h"
+
+#include "handles.h"
+#include "shell_names.h"
+#include "status.h"
+#include "winapi.h"
+
+namespace kvtwin {
+
+namespace {
+
+DWORD FindExisting(const EntryPlace& place, struct stat& status, bool& exists) {
+    const DWORD error = kvtio::StatEntry(place.folder, place.name, status);
+    exists = error == 0;
+    return error == ERROR_FILE_NOT_FOUND ? 0 : error;
+}
+
+DWORD CheckMovable(const struct stat& status) {
+    return S_ISREG(status.st_mode) ? CheckDeletable(status.st_dev, status.st_ino) : 0;
+}
+
+bool IsSpecial(const struct stat& status) {
+    return !S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode) && !S_ISDIR(status.st_mode);
+}
+
+}  // namespace
+
+void Transfer::Run(const EntryPlace& from, const struct stat& status, const EntryPlace& to, bool several) {
+    m_from = from;
+    m_status = status;
+    m_to = to;
+    m_several = several || S_ISDIR(status.st_mode);
+    const DWORD error = m_job.Has(FOF_RENAMEONCOLLISION) ? RunBesideTaken() : RunAsNamed();
+    if (error != 0 && error != ERROR_CANCELLED) {
+        m_job.Note(error, m_from.path + m_below);
+    }
+}
+
+DWORD Transfer::RunAsNamed() {
+    bool merge = false;
+    if (const DWORD error = Entry(m_from, m_status, m_to, merge)) {
+        return error;
+    }
+    if (merge) {
+        struct stat existing {};
+        bool exists = false;
+        DWORD error = FindExisting(m_to, existing, exists);
+        if (error == 0 && exists) {
+            error = FillFolder(m_to, false);
+        } else if (error == 0) {
+            std::string temporary;
+            error = CopyAside(temporary);
+            if (error == 0 && !temporary.empty()) {
+                error = kvtio::RenameEntry(m_to.folder, temporary, m_to.folder, m_to.name, false);
+                if (error != 0) {
+                    DropAside(temporary);
+                }
+            }
+        }
+        if (error != 0) {
+            return error;
+        }
+    }
+    return FinishMove();
+}
+
+// The first name that is free, decided by the file system in the moment of taking it.
+DWORD Transfer::PlaceAside(const std::string& temporary) {
+    const CollisionStyle style = m_job.IsCopy() ? CollisionStyle::Copy : CollisionStyle::Other;
+    const bool folder = S_ISDIR(m_status.st_mode);
+    const EntryPlace what = temporary.empty() ? m_from : EntryPlace{m_to.folder, temporary, m_to.path};
+    EntryPlace to = m_to;
+    constexpr unsigned kMost = 100000;
+    DWORD error = RenamePlace(what, m_status, to, false);
+    for (unsigned n = 1; error == ERROR_ALREADY_EXISTS && n < kMost; ++n) {
+        to.name = CollisionName(m_to.name, folder, style, n);
+        error = RenamePlace(what, m_status, to, false);
+    }
+    return error;
+}
+
+DWORD Transfer::RunBesideTaken() {
+    if (!m_job.IsCopy()) {
+        if (const DWORD error = CheckMovable(m_status)) {
+            return error;
+        }
+        const DWORD error = PlaceAside(std::string());
+        if (error != ERROR_NOT_SAME_DEVICE || !m_job.IsMove()) {
+            return error;
+        }
+    }
+    std::string temporary;
+    if (const DWORD error = CopyAside(temporary)) {
+        return error;
+    }
+    if (const DWORD error = PlaceAside(temporary)) {
+        DropAside(temporary);
+        return error;
+    }
+    return FinishMove();
+}
+
+// Makes a whole copy of the source under a temporary name in the target's folder.
+DWORD Transfer::CopyAside(std::string& temporary) {
+    if (!S_ISDIR(m_status.st_mode)) {
+        struct stat seen {};
+        const DWORD error = m_copier.Copy(m_from, m_status, m_to.folder, m_job.IsMove(), temporary, seen);
+        if (error == 0) {
+            m_copied.Add(seen);
+            m_copied_content = true;
+        }
+        return error;
+    }
+    temporary = kvtio::TemporaryName();
+    if (const DWORD error = kvtio::MakeFolder(m_to.folder, temporary, 0700)) {
+        temporary.clear();
+        return error;
+    }
+    const DWORD error = FillFolder({m_to.folder, temporary, m_to.path}, true);
+    if (error != 0) {
+        DropAside(temporary);
+        temporary.clear();
+    }
+    return error;
+}
+
+void Transfer::DropAside(const std::string& temporary) {
+    DeleteTree(m_to.folder, temporary);
+}
+
+// Deletes what was copied by a move, once it is safe.
+DWORD Transfer::FinishMove() {
+    if (!m_job.IsMove() || m_copied.IsEmpty()) {
+        return ERROR_SUCCESS;
+    }
+    if (m_copied_content) {
+        kvtio::Descriptor folder;
+        if (const DWORD error = kvtio::OpenEntry(m_to.folder, ".", O_RDONLY | O_DIRECTORY, 0, folder)) {
+            return error;
+        }
+        const bool tree = S_ISDIR(m_status.st_mode);
+        if (const DWORD error = tree ? kvtio::SyncFileSystemOf(folder.Get()) : kvtio::SyncOf(folder.Get())) {
+            return error;
+        }
+    }
+    m_below.clear();
+    const Deletion deletion = DeleteTree(m_from.folder, m_from.name, &m_copied);
+    m_below = deletion.below;
+    if (deletion.error == 0 && deletion.kept && !m_job.Aborted()) {
+        return ERROR_DIR_NOT_EMPTY;  // something came into the source, or was written, after it was copied
+    }
+    return deletion.error;
+}
+
+// ---- One entry --------------------------------------------------------------------------------------------------
+
+// Brings an entry to its place, or says that it is a folder which has to be gone through.
+DWORD Transfer::Entry(const EntryPlace& from, const struct stat& status, const EntryPlace& to, bool& merge) {
+    merge = false;
+    struct stat existing {};
+    bool exists = false;
+    DWORD error = FindExisting(to, existing, exists);
+    if (error == 0 && m_job.IsMove()) {
+        error = CheckMovable(status);
+    }
+    if (error != 0) {
+        return error;
+    }
+    const bool folder = S_ISDIR(status.st_mode);
+    if (exists) {
+        if (FileIdentity(status) == FileIdentity(existing)) {
+            return kShellSameFile;
+        }
+        if (folder != S_ISDIR(existing.st_mode)) {
+            return folder ? kShellFolderOntoFile : kShellFileOntoFolder;
+        }
+        if (!folder && !MayReplace(to, existing, error)) {
+            return error ? error : ERROR_CANCELLED;
+        }
+    }
+    if (m_job.IsMove() && !(folder && exists)) {
+        error = RenamePlace(from, status, to, exists);
+        if (error != ERROR_NOT_SAME_DEVICE) {
+            return error;
+        }
+    }
+    if (folder) {
+        merge = true;
+        return ERROR_SUCCESS;
+    }
+    return MakeCopy(from, status, to, exists);
+}
+
+bool Transfer::MayReplace(const EntryPlace& to, const struct stat& existing, DWORD& error) {
+    error = CheckMovable(existing);
+    return error == 0 && m_job.Confirm(WithPath(u"", to.path, u"\nexists already. Replace it?"), m_several);
+}
+
+DWORD Transfer::MakeCopy(const EntryPlace& from, const struct stat& status, const EntryPlace& to, bool replace) {
+    std::string temporary;
+    struct stat seen {};
+    // What replaces something, and a file that is moved alone, is made durable at once; a tree all together.
+    const bool durable = replace || (m_job.IsMove() && m_frames.empty());
+    DWORD error = m_copier.Copy(from, status, to.folder, durable, temporary, seen);
+    if (error == 0 && (error = kvtio::RenameEntry(to.folder, temporary, to.folder, to.name, replace)) != 0) {
+        kvtio::RemoveEntry(to.folder, temporary);
+    }
+    if (error == 0) {
+        m_copied.Add(seen);
+        m_copied_content = true;
+    }
+    return error;
+}
+
+// ---- Trees ------------------------------------------------------------------------------------------------------
+
+// Goes through the source folder and brings all that is in it into a folder that exists.
+DWORD Transfer::FillFolder(const EntryPlace& to, bool made) {
+    DWORD error = m_source.Down(m_from.folder, m_from.name);
+    if (error == 0) {
+        error = m_target.Down(to.folder, to.name);
+    }
+    if (error != 0) {
+        return error;
+    }
+    m_target_root = m_target.Identity();
+    Frame frame;
+    frame.status = m_status;
+    frame.made = made;
+    error = kvtio::ListFolder(m_source.Folder(), frame.names);
+    m_frames.push_back(std::move(frame));
+    while (error == 0 && !m_frames.empty()) {
+        error = m_job.IsCancelled() ? ERROR_CANCELLED : Step();
+    }
+    return error;
+}
+
+DWORD Transfer::EnterFolder(const std::string& name, const struct stat& status, bool made) {
+    DWORD error = m_source.Down(name);
+    if (error == 0 && m_source.Identity() == m_target_root) {
+        error = kShellTargetInSource;  // reached through a mount that shows it once more
+    }
+    if (error == 0) {
+        error = m_target.Down(name);
+    }
+    if (error != 0) {
+        return error;
+    }
+    Frame frame;
+    frame.name = name;
+    frame.status = status;
+    frame.made = made;
+    error = kvtio::ListFolder(m_source.Folder(), frame.names);
+    m_frames.push_back(std::move(frame));
+    return error;
+}
+
+DWORD Transfer::Step() {
+    Frame& frame = m_frames.back();
+    if (frame.next == frame.names.size()) {
+        return LeaveFolder();
+    }
+    const std::string name = std::move(frame.names[frame.next++]);
+    const size_t below = m_below.size();
+    m_below += '/' + name;
+    const EntryPlace from{m_source.Folder(), name, m_from.path + m_below};
+    const EntryPlace to{m_target.Folder(), name, m_to.path + m_below};
+    struct stat status {};
+    bool merge = false;
+    DWORD error = kvtio::StatEntry(from.folder, name, status);
+    if (error == ERROR_FILE_NOT_FOUND) {
+        error = ERROR_CANCELLED;  // it has vanished: nothing is left to be done
+    } else if (error == 0) {
+        error = Entry(from, status, to, merge);
+    }
+    if (error == 0 && merge) {
+        struct stat existing {};
+        bool exists = false;
+        error = FindExisting(to, existing, exists);
+        if (error == 0 && !exists) {
+            error = kvtio::MakeFolder(to.folder, name, 0700);
+        }
+        if (error == 0) {
+            error = EnterFolder(name, status, !exists);
+        }
+        return error;  // m_below stays until the folder is left
+    }
+    if (error == ERROR_NOT_SUPPORTED && IsSpecial(status)) {
+        m_job.Note(error, from.path);
+        error = ERROR_CANCELLED;
+    }
+    if (error == ERROR_CANCELLED) {
+        error = ERROR_SUCCESS;  // left out; the job knows of it
+    }
+    if (error == 0) {
+        m_below.resize(below);
+    }
+    return error;
+}
+
+DWORD Transfer::LeaveFolder() {
+    const Frame frame = std::move(m_frames.back());
+    m_frames.pop_back();
+    kvtio::Descriptor source;
+    kvtio::Descriptor target;
+    DWORD error = m_source.Up(source);
+    if (error == 0) {
+        error = m_target.Up(target);
+    }
+    if (error == 0 && frame.made) {
+        error = m_copier.GiveNature(source.Get(), target.Get(), frame.status, m_from.path + m_below);
+    }
+    if (error == 0) {
+        m_copied.Add(frame.status);
+        m_copied_content = m_copied_content || frame.made;
+        if (!m_frames.empty()) {
+            m_below.resize(m_below.size() - frame.name.size() - 1);
+        }
+    }
+    return error;
+}
+
+}  // namespace kvtwin

@@ -31,6 +31,7 @@ public:
     bool Has(FILEOP_FLAGS flag) const { return (m_flags & flag) != 0; }
     bool IsMove() const { return m_operation == FO_MOVE; }
     bool IsCopy() const { return m_operation == FO_COPY; }
+    bool IsRename() const { return m_operation == FO_RENAME; }
 
     /// Asks the user about a path (of the file system), unless there is to be no confirmation.
     /// @param one_of_several The answer Cancel is offered too; it ends the run.

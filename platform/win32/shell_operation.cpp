@@ -43,7 +43,8 @@ bool MakeTargetFolders(const ShellPlan& plan, ShellJob& job) {
     return true;
 }
 
-DWORD Respell(const ShellItem& item) {
+// Gives an entry its new name; what has that name already stays.
+DWORD Rename(const ShellItem& item) {
     kvtio::Descriptor from_folder;
     kvtio::Descriptor to_folder;
     EntryPlace from;
@@ -63,8 +64,8 @@ void Bring(const ShellPlan& plan, ShellJob& job) {
         if (job.HasFailed() || job.IsCancelled()) {
             return;
         }
-        if (item.respelled) {
-            job.Note(Respell(item), item.source.Path());
+        if (item.respelled || (job.IsRename() && !job.Has(FOF_RENAMEONCOLLISION))) {
+            job.Note(Rename(item), item.source.Path());
             continue;
         }
         kvtio::Descriptor from_folder;

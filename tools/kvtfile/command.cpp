@@ -72,6 +72,7 @@ int Run(std::vector<std::string> arguments) {
     AddHostVerbs(app);
     AddArxVerbs(app);
     AddSupportPathVerbs(app);
+    AddFileVerbs(app);
     try {
         std::reverse(arguments.begin(), arguments.end());
         app.parse(std::move(arguments));

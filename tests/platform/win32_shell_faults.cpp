@@ -1,0 +1,309 @@
+// Shell operations on disks that fail: every call of the file seam fails once, and the process ends before every call.
+// What was there must be somewhere, whole, each time; and only what is whole may be said to be done.
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "platform/io/io.h"
+#include "tests/platform/io_faults_support.h"
+#include "tests/platform/shell_support.h"
+#include "tests/platform/shell_tree.h"
+
+namespace kvttest {
+namespace {
+
+using Names = std::vector<std::string>;
+
+int g_callsLeft = 0;
+bool g_failed = false;
+
+kvtio::Error FailOne(kvtio::Call, LPCWSTR, size_t&) {
+    if (g_callsLeft-- != 0) {
+        return ERROR_SUCCESS;
+    }
+    g_failed = true;
+    return ERROR_IO_DEVICE;
+}
+
+kvtio::Error EndProcess(kvtio::Call, LPCWSTR, size_t&) {
+    if (g_callsLeft-- == 0) {
+        ::_exit(99);
+    }
+    return ERROR_SUCCESS;
+}
+
+class Hook {
+public:
+    explicit Hook(kvtio::FaultHook hook) : m_previous(kvtio::SetFaultHook(hook)) {}
+    ~Hook() { kvtio::SetFaultHook(m_previous); }
+    Hook(const Hook&) = delete;
+    Hook& operator=(const Hook&) = delete;
+
+private:
+    kvtio::FaultHook m_previous;
+};
+
+/// One operation on fresh folders.
+struct Scene {
+    const char* name;
+    UINT operation;
+    int flags;
+    bool across;  // between file systems
+    bool merge;   // the target is there already
+};
+
+constexpr Scene kScenes[] = {
+    {"copy", FO_COPY, 0, false, false},
+    {"copy, merging", FO_COPY, 0, false, true},
+    {"copy beside", FO_COPY, FOF_RENAMEONCOLLISION, false, true},
+    {"move", FO_MOVE, 0, false, false},
+    {"move, merging", FO_MOVE, 0, false, true},
+    {"move across", FO_MOVE, 0, true, false},
+    {"move across, merging", FO_MOVE, 0, true, true},
+    {"move across beside", FO_MOVE, FOF_RENAMEONCOLLISION, true, true},
+};
+
+class Stage {
+public:
+    explicit Stage(const Scene& scene) : m_scene(scene), m_there(scene.across ? "/dev/shm" : "") {
+        m_here.Write("s/a.txt", "content a");
+        m_here.Write("s/in/b.txt", "content b");
+        m_here.Write("c.txt", "content c");
+        if (scene.merge) {
+            m_there.Write("s/a.txt", "old a");
+            m_there.Write("s/kept.txt", "kept");
+            m_there.Write("c.txt", "old c");
+        }
+    }
+
+    ShellResult Run() const {
+        return Shell(m_scene.operation, {m_here.Windows("s"), m_here.Windows("c.txt")}, {m_there.Windows("")},
+                     static_cast<FILEOP_FLAGS>(kShellQuiet | m_scene.flags));
+    }
+
+    /// Each content of the source is in one of its two places, whole; what was in the target is old or new.
+    void ExpectNothingLost(bool done) const {
+        const bool beside = (m_scene.flags & FOF_RENAMEONCOLLISION) != 0 && m_scene.merge;
+        const bool copies = m_scene.operation == FO_COPY;
+        const std::string number = copies ? " - Copy" : " (2)";
+        const std::string tree = beside ? "s" + number : "s";
+        const std::string single = beside ? "c" + number + ".txt" : "c.txt";
+        const struct {
+            std::string from, to, content;
+        } rows[] = {{"s/a.txt", tree + "/a.txt", "content a"},
+                    {"s/in/b.txt", tree + "/in/b.txt", "content b"},
+                    {"c.txt", single, "content c"}};
+        for (const auto& row : rows) {
+            SCOPED_TRACE(row.from);
+            const bool source = Has(m_here, row.from, row.content);
+            const bool target = Has(m_there, row.to, row.content);
+            EXPECT_TRUE(source || (target && !copies));
+            if (done) {
+                EXPECT_TRUE(target);
+                EXPECT_EQ(source, copies);
+            }
+        }
+        if (m_scene.merge) {
+            EXPECT_TRUE(Has(m_there, "s/kept.txt", "kept"));
+            EXPECT_TRUE(Has(m_there, "s/a.txt", "old a") || (!beside && Has(m_there, "s/a.txt", "content a")));
+            EXPECT_TRUE(Has(m_there, "c.txt", "old c") || (!beside && Has(m_there, "c.txt", "content c")));
+        }
+    }
+
+    /// Nothing with a temporary name is left, in either place.
+    void ExpectNoRemains() const {
+        for (const PosixFolder* folder : {&m_here, &m_there}) {
+            for (const std::string& entry : folder->Tree()) {
+                EXPECT_EQ(entry.find('~'), std::string::npos) << entry;
+            }
+        }
+    }
+
+private:
+    static bool Has(const PosixFolder& folder, const std::string& name, const std::string& content) {
+        return ::access((folder / name).c_str(), F_OK) == 0 && folder.Read(name) == content;
+    }
+
+    const Scene& m_scene;
+    PosixFolder m_here;
+    PosixFolder m_there;
+};
+
+TEST(Win32ShellFaults, ACallThatFailsLosesNothing) {
+    for (const Scene& scene : kScenes) {
+        SCOPED_TRACE(scene.name);
+        int calls = 0;
+        for (;; ++calls) {
+            SCOPED_TRACE("call " + std::to_string(calls));
+            const Stage stage(scene);
+            ShellResult result;
+            {
+                const Hook hook(FailOne);
+                g_callsLeft = calls;
+                g_failed = false;
+                result = stage.Run();
+            }
+            stage.ExpectNothingLost(result.Done());
+            stage.ExpectNoRemains();
+            EXPECT_EQ(result.aborted, result.code != 0);
+            if (!g_failed) {
+                EXPECT_TRUE(result.Done());
+                break;
+            }
+            ASSERT_LT(calls, 1000);
+        }
+        EXPECT_GT(calls, 8);
+    }
+}
+
+TEST(Win32ShellFaults, AProcessThatEndsLosesNothing) {
+    for (const Scene& scene : kScenes) {
+        SCOPED_TRACE(scene.name);
+        for (int calls = 0;; ++calls) {
+            SCOPED_TRACE("call " + std::to_string(calls));
+            const Stage stage(scene);
+            const pid_t child = ::fork();
+            ASSERT_GE(child, 0);
+            if (child == 0) {
+                kvtio::SetFaultHook(EndProcess);
+                g_callsLeft = calls;
+                ::_exit(stage.Run().Done() ? 0 : 1);
+            }
+            int status = 0;
+            ASSERT_EQ(::waitpid(child, &status, 0), child);
+            ASSERT_TRUE(WIFEXITED(status));
+            const int code = WEXITSTATUS(status);
+            stage.ExpectNothingLost(code == 0);
+            if (code != 99) {
+                EXPECT_EQ(code, 0);
+                break;
+            }
+            ASSERT_LT(calls, 1000);
+        }
+    }
+}
+
+TEST(Win32ShellFaults, AFullDiskLeavesTheSourceAndTheOldTarget) {
+    for (const bool across : {false, true}) {
+        for (const UINT operation : {FO_COPY, FO_MOVE}) {
+            if (operation == FO_MOVE && !across) {
+                continue;  // a rename takes no room
+            }
+            const PosixFolder here;
+            const PosixFolder there(across ? "/dev/shm" : "");
+            here.Write("a.txt", std::string(100000, 'a'));
+            there.Write("a.txt", "old");
+            ShellResult result;
+            {
+                Faults faults;
+                faults.LimitDisk(50000);
+                result = Shell(operation, {here.Windows("a.txt")}, {there.Windows("")});
+            }
+            EXPECT_EQ(result.code, static_cast<int>(ERROR_DISK_FULL));
+            EXPECT_TRUE(result.aborted);
+            EXPECT_EQ(here.Read("a.txt"), std::string(100000, 'a'));
+            EXPECT_EQ(there.Tree(), (Names{"a.txt=old"}));
+        }
+    }
+}
+
+TEST(Win32ShellFaults, ShortWritesAreContinued) {
+    const PosixFolder folder;
+    const std::string content(100000, 'a');
+    folder.Write("a.txt", content);
+    {
+        const Hook hook([](kvtio::Call call, LPCWSTR, size_t& count) -> kvtio::Error {
+            if (call == kvtio::Call::Write || call == kvtio::Call::Read) {
+                count = count > 777 ? 777 : count;
+            }
+            return ERROR_SUCCESS;
+        });
+        EXPECT_TRUE(Shell(FO_COPY, {folder.Windows("a.txt")}, {folder.Windows("b.txt")}).Done());
+    }
+    EXPECT_EQ(folder.Read("b.txt"), content);
+}
+
+std::string g_touched;
+
+TEST(Win32ShellFaults, AFileThatIsWrittenWhileItIsMovedStays) {
+    const PosixFolder here;
+    const PosixFolder there("/dev/shm");
+    here.Write("s/a.txt", "content");
+    g_touched = here / "s/a.txt";
+    ShellResult result;
+    {
+        // Somebody appends when the copy is made, before the source is deleted.
+        const Hook hook([](kvtio::Call call, LPCWSTR, size_t&) -> kvtio::Error {
+            if (call == kvtio::Call::Sync && !g_touched.empty()) {
+                std::ofstream(g_touched, std::ios::app) << " and more";
+                g_touched.clear();
+            }
+            return ERROR_SUCCESS;
+        });
+        result = Shell(FO_MOVE, {here.Windows("s")}, {there.Windows("")});
+    }
+    EXPECT_NE(result.code, 0);
+    EXPECT_TRUE(result.aborted);
+    EXPECT_EQ(here.Tree(), (Names{"s/", "s/a.txt=content and more"}));
+    EXPECT_EQ(there.Tree(), (Names{"s/", "s/a.txt=content"}));
+}
+
+TEST(Win32ShellFaults, ATrashThatFailsAnywhereLosesNothing) {
+    for (int calls = 0;; ++calls) {
+        SCOPED_TRACE("call " + std::to_string(calls));
+        const PosixFolder folder;
+        folder.Write("a.txt", "content " + std::to_string(calls));
+        const std::string trash = std::string(std::getenv("XDG_DATA_HOME")) + "/Trash";
+        ShellResult result;
+        {
+            const Hook hook(FailOne);
+            g_callsLeft = calls;
+            g_failed = false;
+            result =
+                Shell(FO_DELETE, {folder.Windows("a.txt")}, {}, static_cast<FILEOP_FLAGS>(kShellQuiet | FOF_ALLOWUNDO));
+        }
+        EXPECT_EQ(folder.Tree(), result.Done() ? Names{} : (Names{"a.txt=content " + std::to_string(calls)}));
+        const auto count = [&trash](const char* part) {
+            std::error_code none;
+            int entries = 0;
+            for (const auto& entry : std::filesystem::directory_iterator(trash + part, none)) {
+                entries += entry.exists() ? 1 : 0;
+            }
+            return entries;
+        };
+        EXPECT_EQ(count("/files"), count("/info"));
+        if (!g_failed) {
+            EXPECT_TRUE(result.Done());
+            break;
+        }
+        ASSERT_LT(calls, 100);
+    }
+}
+
+TEST(Win32ShellFaults, ADeletionThatFailsIsTold) {
+    for (int calls = 0;; ++calls) {
+        SCOPED_TRACE("call " + std::to_string(calls));
+        const PosixFolder folder;
+        folder.Write("d/in/a.txt", "a");
+        folder.Write("d/b.txt", "b");
+        ShellResult result;
+        {
+            const Hook hook(FailOne);
+            g_callsLeft = calls;
+            g_failed = false;
+            result = Shell(FO_DELETE, {folder.Windows("d")}, {});
+        }
+        EXPECT_EQ(result.Done(), folder.Tree().empty());
+        EXPECT_EQ(result.Done(), !g_failed);
+        if (!g_failed) {
+            break;
+        }
+        ASSERT_LT(calls, 100);
+    }
+}
+
+}  // namespace
+}  // namespace kvttest

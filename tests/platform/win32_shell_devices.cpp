@@ -121,7 +121,12 @@ std::string ReadFile(const std::string& path) {
 
 const FILEOP_FLAGS kToTrash = kShellQuiet | FOF_ALLOWUNDO;
 
-TEST(Win32ShellTrash, WhatIsDeletedCanBeRestored) {
+class Win32ShellTrash : public testing::Test {
+protected:
+    Win32ShellTrash() { fs::remove_all(HomeTrash()); }
+};
+
+TEST_F(Win32ShellTrash, WhatIsDeletedCanBeRestored) {
     const PosixFolder folder;
     folder.Write("a b%.txt", "content");
     ::setenv("TZ", "CST-8", 1);
@@ -148,7 +153,7 @@ TEST(Win32ShellTrash, WhatIsDeletedCanBeRestored) {
     EXPECT_EQ(status.st_mode & 0777, 0700u);
 }
 
-TEST(Win32ShellTrash, NamesThatAreTakenThereGetANumber) {
+TEST_F(Win32ShellTrash, NamesThatAreTakenThereGetANumber) {
     const PosixFolder folder;
     for (const char* content : {"1", "2", "3"}) {
         folder.Write("a.txt", content);
@@ -167,7 +172,7 @@ TEST(Win32ShellTrash, NamesThatAreTakenThereGetANumber) {
     EXPECT_FALSE(fs::exists(HomeTrash() + "/info/a.txt.trashinfo"));
 }
 
-TEST(Win32ShellTrash, FoldersLinksAndLongNamesGoThere) {
+TEST_F(Win32ShellTrash, FoldersLinksAndLongNamesGoThere) {
     const PosixFolder folder;
     folder.Write("v1.0/in/a.txt", "a");
     folder.Write("target", "kept");
@@ -205,7 +210,7 @@ private:
     bool m_was_there = false;
 };
 
-TEST(Win32ShellTrash, AnotherFileSystemHasItsOwn) {
+TEST_F(Win32ShellTrash, AnotherFileSystemHasItsOwn) {
     const TopTrash trash;
     if (trash.WasThere()) {
         GTEST_SKIP() << trash.Path() << " is in use";
@@ -230,7 +235,7 @@ private:
     TopTrash m_trash;
 };
 
-TEST(Win32ShellTrash, WithoutATrashNothingIsDeletedUnasked) {
+TEST_F(Win32ShellTrash, WithoutATrashNothingIsDeletedUnasked) {
     if (const TopTrash trash; trash.WasThere()) {
         GTEST_SKIP() << trash.Path() << " is in use";
     }
@@ -256,7 +261,7 @@ TEST(Win32ShellTrash, WithoutATrashNothingIsDeletedUnasked) {
     EXPECT_TRUE(there.Tree().empty());
 }
 
-TEST(Win32ShellTrash, ASharedTrashIsUsedOnlyWithTheStickyBit) {
+TEST_F(Win32ShellTrash, ASharedTrashIsUsedOnlyWithTheStickyBit) {
     const std::string shared = std::string(kOtherFileSystem) + "/.Trash";
     const TopTrash own;
     if (own.WasThere() || fs::exists(shared)) {
@@ -276,7 +281,7 @@ TEST(Win32ShellTrash, ASharedTrashIsUsedOnlyWithTheStickyBit) {
     fs::remove_all(shared);
 }
 
-TEST(Win32ShellTrash, TheTrashDoesNotGoIntoItself) {
+TEST_F(Win32ShellTrash, TheTrashDoesNotGoIntoItself) {
     const PosixFolder folder;
     folder.Write("a.txt", "a");
     EXPECT_TRUE(Shell(FO_DELETE, {folder.Windows("a.txt")}, {}, kToTrash).Done());

@@ -17,6 +17,7 @@ namespace {
 struct Options {
     std::vector<std::string> paths;
     std::vector<std::string> to;
+    std::string path;
     std::string name;
     bool yes = false;
     bool renameOnCollision = false;
@@ -331,7 +332,7 @@ void Delete(const Options& options) {
 }
 
 void Rename(const Options& options) {
-    const FileName file(options.paths.at(0));
+    const FileName file(options.path);
     const CString name = Wide(options.name);
     const CString full = WithoutSeparatorAtEnd(file.full);
     if (name.IsEmpty() || name.FindOneOf(_T("\\/:*?")) >= 0) {
@@ -423,7 +424,7 @@ void AddFileVerbs(CLI::App& command) {
     {
         const auto [verb, options] = AddVerb<Options>(*file, "rename", "Rename a file or folder where it stands",
                                                       "  kvtfile file rename plan.dwg plan-old.dwg", Rename);
-        verb->add_option("PATH", options->paths, "What to rename")->required()->expected(1);
+        verb->add_option("PATH", options->path, "What to rename")->required();
         verb->add_option("NAME", options->name, "Its new name")->required();
         AddCollision(verb, *options);
         AddJson(verb, *options);

@@ -9,7 +9,7 @@ case "${1:-build}" in
     build) packages=$build ;;
     test) packages="$build clang libclang-rt-dev clang-format googletest g++-mingw-w64-x86-64 wine64 wine util-linux" ;;
     demo) packages="$build shared-mime-info" ;;
-    bench) packages="$build libbenchmark-dev libpugixml-dev librapidxml-dev libexpat1-dev libsimpleini-dev libinih-dev libhivex-dev shared-mime-info" ;;
+    bench) packages="$build libbenchmark-dev libpugixml-dev librapidxml-dev libexpat1-dev libsimpleini-dev libinih-dev libhivex-dev libspdlog-dev shared-mime-info" ;;
     *) echo "usage: $0 build|test|demo|bench" >&2; exit 2 ;;
 esac
 missing=()

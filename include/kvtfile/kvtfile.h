@@ -10,6 +10,7 @@
 #include "kvtfile/FileInfo.h"
 #include "kvtfile/FileUtil.h"
 #include "kvtfile/IniFile.h"
+#include "kvtfile/LogFile.h"
 #include "kvtfile/Registry.h"
 #include "kvtfile/ShellFileOp.h"
 #include "kvtfile/SupportPath.h"

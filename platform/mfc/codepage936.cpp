@@ -120,6 +120,15 @@ size_t AsciiLength(std::string_view bytes) {
     return length;
 }
 
+// How much of the text stands in its bytes unit by unit.
+size_t PlainLength(WideView text) {
+    size_t length = 0;
+    while (length < text.size() && text[length] < 0x80 && text[length] != '\n') {
+        ++length;
+    }
+    return length;
+}
+
 bool IsHighHalf(WCHAR unit) {
     return unit >= 0xD800 && unit <= 0xDBFF;
 }
@@ -165,12 +174,18 @@ CString Decode(std::string_view bytes) {
 size_t AppendEncoded(WideView text, std::string& bytes) {
     size_t lostCount = 0;
     for (size_t i = 0; i < text.size(); ++i) {
+        const size_t plain = PlainLength(text.substr(i));
+        if (plain != 0) {
+            const size_t end = bytes.size();
+            bytes.resize(end + plain);
+            std::transform(text.begin() + static_cast<ptrdiff_t>(i), text.begin() + static_cast<ptrdiff_t>(i + plain),
+                           bytes.begin() + static_cast<ptrdiff_t>(end), [](WCHAR c) { return static_cast<char>(c); });
+            i += plain - 1;
+            continue;
+        }
         const WCHAR unit = text[i];
-        if (unit < 0x80) {
-            if (unit == '\n') {
-                bytes += '\r';
-            }
-            bytes += static_cast<char>(unit);
+        if (unit == '\n') {
+            bytes += "\r\n";
             continue;
         }
         const WORD code = TheTables().Bytes(unit);

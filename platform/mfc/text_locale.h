@@ -5,11 +5,19 @@
 
 #include "kvtfile/types.h"
 
-#ifdef KVTFILE_USE_MFC
+#ifdef _WIN32
 #include <locale.h>
 #endif
 
 namespace kvtplatform {
+
+/// Switches to simplified Chinese for good, where the runtime library knows it by the name that the interface gives
+/// out.
+inline void SwitchToTextLocale() {
+#ifdef _WIN32
+    ::_wsetlocale(LC_CTYPE, L"chs");
+#endif
+}
 
 #ifdef KVTFILE_USE_MFC
 

@@ -9,6 +9,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <mutex>
 #include <new>
 #include <vector>
@@ -78,6 +79,20 @@ bool Shares(const kvtwin::OpenFile& file) {
     return file.reads || file.writes || file.deletes;
 }
 
+// ERROR_SHARING_VIOLATION when a file is open without that share mode, else 0.
+DWORD CheckShared(dev_t device, ino_t inode, DWORD mode) {
+    const std::lock_guard lock(g_mutex);
+    if (g_slots) {
+        for (const auto& object : *g_slots) {
+            const auto* other = dynamic_cast<const kvtwin::OpenFile*>(object.get());
+            if (other && other->inode == inode && other->device == device && Shares(*other) && !(other->share & mode)) {
+                return ERROR_SHARING_VIOLATION;
+            }
+        }
+    }
+    return ERROR_SUCCESS;
+}
+
 }  // namespace
 
 namespace kvtwin {
@@ -109,17 +124,19 @@ DWORD AddFile(std::shared_ptr<OpenFile> file, HANDLE& handle) {
 }
 
 DWORD CheckDeletable(dev_t device, ino_t inode) {
+    return CheckShared(device, inode, FILE_SHARE_DELETE);
+}
+
+DWORD CheckWritable(dev_t device, ino_t inode) {
+    return CheckShared(device, inode, FILE_SHARE_WRITE);
+}
+
+bool HasFileWithoutSharing() {
     const std::lock_guard lock(g_mutex);
-    if (g_slots) {
-        for (const auto& object : *g_slots) {
-            const auto* other = dynamic_cast<const OpenFile*>(object.get());
-            if (other && other->inode == inode && other->device == device && Shares(*other) &&
-                !(other->share & FILE_SHARE_DELETE)) {
-                return ERROR_SHARING_VIOLATION;
-            }
-        }
-    }
-    return ERROR_SUCCESS;
+    return g_slots && std::any_of(g_slots->begin(), g_slots->end(), [](const auto& object) {
+               const auto* file = dynamic_cast<const OpenFile*>(object.get());
+               return file && Shares(*file) && !(file->share & FILE_SHARE_WRITE);
+           });
 }
 
 std::shared_ptr<Object> FindHandle(HANDLE handle) {

@@ -44,6 +44,12 @@ DWORD AddFile(std::shared_ptr<OpenFile> file, HANDLE& handle);
 /// ERROR_SHARING_VIOLATION when a file is open without FILE_SHARE_DELETE, else 0.
 DWORD CheckDeletable(dev_t device, ino_t inode);
 
+/// The same for a file that is open without FILE_SHARE_WRITE.
+DWORD CheckWritable(dev_t device, ino_t inode);
+
+/// Whether there is any file open without FILE_SHARE_WRITE.
+bool HasFileWithoutSharing();
+
 /// The object of a handle; null when it is not open.
 std::shared_ptr<Object> FindHandle(HANDLE handle);
 

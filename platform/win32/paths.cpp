@@ -327,6 +327,20 @@ DWORD Locate(LPCWSTR path, Location& location) {
     return LookUp(parsed, location);
 }
 
+std::string PathAsSpelled(LPCWSTR path) {
+    const std::u16string_view text = path ? path : u"";
+    const bool drive = text.size() > 2 && IsLetter(text[0]) && text[1] == u':' && IsSeparator(text[2]);
+    Parsed parsed;
+    if ((!drive && !text.starts_with(u'/')) || Parse(path, parsed) != ERROR_SUCCESS || parsed.separator_at_end) {
+        return {};
+    }
+    std::string spelled = parsed.root;
+    for (const std::u16string_view name : parsed.names) {
+        spelled = Join(spelled, NameToBytes(name));
+    }
+    return spelled;
+}
+
 std::string UnixPath(LPCWSTR path) {
     Location location;
     if (const DWORD error = Locate(path, location)) {

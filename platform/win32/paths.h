@@ -18,6 +18,10 @@ KVTFILE_API std::string UnixPath(LPCWSTR path);
 /// The Windows path of an absolute file-system path: that of the drive that reaches deepest, Z: when none does.
 KVTFILE_API std::u16string WindowsPath(std::string_view path);
 
+/// The file-system path of an absolute path, drive or POSIX, by text alone: the one that the path names if there is
+/// something under it. Empty for every other path.
+std::string PathAsSpelled(LPCWSTR path);
+
 /// What a caller's path names.
 struct Location {
     std::string path;               ///< Absolute, in the file system, no separator at the end but for "/".

@@ -3,10 +3,12 @@
 // All conversions count days since 1601-01-01 in the Gregorian calendar, for any year; nothing here depends on the C
 // library's calendar but for the time zone's present difference from UTC.
 
+#include <stdlib.h>
 #include <time.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include "errors.h"
@@ -73,13 +75,32 @@ ULONGLONG Now() {
     return TicksOf(kvtwin::FileTimeOf(now));
 }
 
+// What the C library was asked last: its answer holds for the second, while TZ stays the same.
+struct KnownBias {
+    time_t second;
+    LONGLONG ticks;
+    char zone[64];
+
+    bool Fits(time_t now, const char* name) const { return second == now && std::strcmp(zone, name) == 0; }
+};
+constinit thread_local KnownBias g_bias = {-1, 0, ""};
+
 // What local time is ahead of UTC at this moment, in ticks.
 LONGLONG PresentBias() {
-    const time_t now = ::time(nullptr);
-    tm local{};
-    ::tzset();
-    ::localtime_r(&now, &local);
-    return static_cast<LONGLONG>(local.tm_gmtoff) * kTicksPerSecond;
+    timespec moment{};
+    ::clock_gettime(CLOCK_REALTIME, &moment);
+    const time_t now = moment.tv_sec;
+    const char* const variable = ::getenv("TZ");
+    const char* const zone = variable ? variable : "(none)";
+    if (!g_bias.Fits(now, zone)) {
+        tm local{};
+        ::tzset();
+        ::localtime_r(&now, &local);
+        g_bias.ticks = static_cast<LONGLONG>(local.tm_gmtoff) * kTicksPerSecond;
+        g_bias.second = std::strlen(zone) < sizeof g_bias.zone ? now : -1;
+        std::strncpy(g_bias.zone, zone, sizeof g_bias.zone - 1);
+    }
+    return g_bias.ticks;
 }
 
 BOOL Shift(const FILETIME& time, LONGLONG ticks, FILETIME& result) {

@@ -180,11 +180,23 @@ KVTFILE_API DWORD ExpandEnvironmentStringsW(LPCWSTR text, LPWSTR buffer, DWORD s
 
 /// Copies, moves, deletes or renames files and folders.
 ///
-/// The last component of a source may hold wildcards. Questions that Windows would ask go to the handler of message
-/// boxes; without one the answer is No. FOF_ALLOWUNDO moves what is deleted to the desktop's trash.
-/// @return 0: done, unless `fAnyOperationsAborted` was set because an answer was No. Else an error number of the
-///         system or of the shell (0x71 source and target are one, 0x72 several sources for one target, 0x75 cancelled,
-///         0x76 the target lies inside the source, 0x7C a path that is none, ...); what was not done then is as it was.
+/// The last component of a source may hold wildcards (an entry that has exactly that name is meant alone). A
+/// destination that is a folder, or ends in a separator, or is for several sources, takes them in; any other is the new
+/// name. Folders merge into folders that are there. Everything is checked before the first change; then the sources
+/// are done in their order, and an error ends the run. Links are copied and deleted themselves; pipes and devices are
+/// left out of a copy with error 50.
+///
+/// FOF_MULTIDESTFILES, FOF_FILESONLY (of what a wildcard matches), FOF_RENAMEONCOLLISION ("x - Copy.txt", "x (2).txt"
+/// for a move), FOF_NOCONFIRMATION, FOF_NOCONFIRMMKDIR, FOF_NOERRORUI, FOF_NOCOPYSECURITYATTRIBS and FOF_NORECURSION
+/// have their meaning; there are no dialogs of progress and no name mappings. Questions that Windows would ask go to the
+/// handler of message boxes; without one the answer is No. FOF_ALLOWUNDO moves what is deleted to the desktop's trash;
+/// where there is none, the user is asked whether to delete for good, and with FOF_NOCONFIRMATION it stays (error 17),
+/// unless FOF_WANTNUKEWARNING lets the user be asked all the same.
+/// @return 0: all of it is done. Else an error number of the system or of the shell: 0x71 source and target are one,
+///         0x72 several sources for one target, 0x73 renaming into another folder, 0x74 a drive's root, 0x75 an answer
+///         was No, 0x76 the target lies inside the source, 0x79 a path is too long, 0x7A targets that do not pair with
+///         the sources, 0x7C a path that is none, 0x7E and 0x80 file and folder in each other's place.
+///         `fAnyOperationsAborted`: some of it may be done; what was not done is where it was.
 KVTFILE_API int SHFileOperationW(LPSHFILEOPSTRUCTW operation);
 
 /// FILE_ATTRIBUTE_DIRECTORY when the path is that of a folder, else 0.

@@ -66,9 +66,11 @@ constexpr Scene kScenes[] = {
     {"move across beside", FO_MOVE, FOF_RENAMEONCOLLISION, true, true},
 };
 
+constexpr const char* kInMemory = "/dev/shm";
+
 class Stage {
 public:
-    explicit Stage(const Scene& scene) : m_scene(scene), m_there(scene.across ? "/dev/shm" : "") {
+    explicit Stage(const Scene& scene) : m_scene(scene), m_here(scene.across ? "" : kInMemory), m_there(kInMemory) {
         m_here.Write("s/a.txt", "content a");
         m_here.Write("s/in/b.txt", "content b");
         m_here.Write("c.txt", "content c");
@@ -193,7 +195,7 @@ TEST(Win32ShellFaults, AFullDiskLeavesTheSourceAndTheOldTarget) {
                 continue;  // a rename takes no room
             }
             const PosixFolder here;
-            const PosixFolder there(across ? "/dev/shm" : "");
+            const PosixFolder there(across ? kInMemory : "");
             here.Write("a.txt", std::string(100000, 'a'));
             there.Write("a.txt", "old");
             ShellResult result;
@@ -230,7 +232,7 @@ std::string g_touched;
 
 TEST(Win32ShellFaults, AFileThatIsWrittenWhileItIsMovedStays) {
     const PosixFolder here;
-    const PosixFolder there("/dev/shm");
+    const PosixFolder there(kInMemory);
     here.Write("s/a.txt", "content");
     g_touched = here / "s/a.txt";
     ShellResult result;

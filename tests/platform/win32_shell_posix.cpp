@@ -164,6 +164,57 @@ TEST(Win32ShellPosix, ATreeOfAnyDepthIsCopiedAndDeleted) {
     EXPECT_TRUE(folder.Tree().empty());
 }
 
+TEST(Win32ShellPosix, PathsUpToTheLongestAreTaken) {
+    const PosixFolder folder;
+    std::string name = "s";
+    while (name.size() < 3700) {
+        name += "/" + std::string(200, 'n');
+    }
+    folder.Write(name + "/a.txt", "a");
+    EXPECT_TRUE(Shell(FO_COPY, {folder.Windows(name + "/a.txt")}, {folder.Windows(name + "/b.txt")}).Done());
+    EXPECT_EQ(folder.Read(name + "/b.txt"), "a");
+    EXPECT_TRUE(Shell(FO_DELETE, {folder.Windows(name + "/*.txt")}, {}).Done());
+    EXPECT_EQ(Shell(FO_DELETE, {folder.Windows(name + "/" + std::string(400, 'n'))}, {}).code, 0x79);
+    EXPECT_TRUE(Shell(FO_MOVE, {folder.Windows("s")}, {folder.Windows("t")}).Done());
+    EXPECT_TRUE(Shell(FO_DELETE, {folder.Windows("t")}, {}).Done());
+}
+
+TEST(Win32ShellPosix, WhatMayNotBeReadEndsTheCopyAndNothingIsLeftOfIt) {
+    if (::geteuid() == 0) {
+        GTEST_SKIP() << "permissions mean nothing to root";
+    }
+    const PosixFolder folder;
+    folder.Write("s/a.txt", "a");
+    folder.Write("s/secret", "x");
+    folder.MakeFolder("s/closed");
+    ASSERT_EQ(::chmod((folder / "s/secret").c_str(), 0), 0);
+    const ShellResult result = Shell(FO_COPY, {folder.Windows("s")}, {folder.Windows("d")});
+    EXPECT_EQ(result.code, 5);
+    EXPECT_TRUE(result.aborted);
+    EXPECT_EQ(folder.Tree("d"), (Names{"missing"}));
+    ASSERT_EQ(::chmod((folder / "s/secret").c_str(), 0600), 0);
+    ASSERT_EQ(::chmod((folder / "s/closed").c_str(), 0), 0);
+    EXPECT_EQ(Shell(FO_COPY, {folder.Windows("s")}, {folder.Windows("d")}).code, 5);
+    EXPECT_EQ(folder.Tree("d"), (Names{"missing"}));
+    ASSERT_EQ(::chmod((folder / "s/closed").c_str(), 0700), 0);
+}
+
+TEST(Win32ShellPosix, AFolderThatMayNotBeWrittenKeepsWhatIsInIt) {
+    if (::geteuid() == 0) {
+        GTEST_SKIP() << "permissions mean nothing to root";
+    }
+    const PosixFolder folder;
+    folder.Write("s/a.txt", "a");
+    folder.MakeFolder("d");
+    ASSERT_EQ(::chmod((folder / "s").c_str(), 0555), 0);
+    ASSERT_EQ(::chmod((folder / "d").c_str(), 0555), 0);
+    EXPECT_EQ(Shell(FO_DELETE, {folder.Windows("s/a.txt")}, {}).code, 5);
+    EXPECT_EQ(Shell(FO_MOVE, {folder.Windows("s/a.txt")}, {folder.Windows("b.txt")}).code, 5);
+    EXPECT_EQ(Shell(FO_COPY, {folder.Windows("s/a.txt")}, {folder.Windows("d")}).code, 5);
+    EXPECT_EQ(folder.Tree(), (Names{"d/", "s/", "s/a.txt=a"}));
+    ASSERT_EQ(::chmod((folder / "s").c_str(), 0755), 0);
+}
+
 TEST(Win32ShellPosix, NamesOfAnyBytesAreCopied) {
     const PosixFolder folder;
     const std::string bytes = "a\xFF\\b?*\n";

@@ -73,6 +73,8 @@ int Run(std::vector<std::string> arguments) {
     AddArxVerbs(app);
     AddSupportPathVerbs(app);
     AddFileVerbs(app);
+    AddLogVerbs(app);
+    AddLinesVerbs(app);
     try {
         std::reverse(arguments.begin(), arguments.end());
         app.parse(std::move(arguments));

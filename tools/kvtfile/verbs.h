@@ -17,6 +17,8 @@ void AddHostVerbs(CLI::App& command);
 void AddArxVerbs(CLI::App& command);
 void AddSupportPathVerbs(CLI::App& command);
 void AddFileVerbs(CLI::App& command);
+void AddLogVerbs(CLI::App& command);
+void AddLinesVerbs(CLI::App& command);
 
 /// A verb with its examples, which `--help` shows.
 CLI::App* AddVerb(CLI::App& family, const char* name, const char* description, const char* examples);

@@ -387,7 +387,8 @@ void AddBringOptions(CLI::App* verb, Options& options) {
 }  // namespace
 
 void AddFileVerbs(CLI::App& command) {
-    CLI::App* file = command.add_subcommand("file", "Copy, move, delete and rename files and folders");
+    CLI::App* file =
+        command.add_subcommand("file", "Copy, move, delete and rename files and folders; shell links and icons");
     file->require_subcommand(1);
     file->footer(
         "Everything is checked before the first change; what cannot be done then is where it was. A destination that "
@@ -429,6 +430,7 @@ void AddFileVerbs(CLI::App& command) {
         AddCollision(verb, *options);
         AddJson(verb, *options);
     }
+    AddFileLinkVerbs(*file);
 }
 
 }  // namespace kvtcommand

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <vector>
 
+#include "kvtfile/FileUtil.h"
 #include "tools/kvtfile/report.h"
 
 namespace kvtcommand {
@@ -183,6 +184,33 @@ std::string ReadBytes(const CString& path, const std::string& shown) {
         fail(error);
     }
     return bytes;
+}
+
+void WriteBytes(const CString& path, const std::string& shown, const std::string& bytes) {
+    const auto fail = [&](DWORD error) { throw Failure(exitFormat, shown + ": " + SystemText(error), kWriteAdvice); };
+    // The whole new file takes the old one's place.
+    WCHAR temporary[MAX_PATH] = {};
+    if (::GetTempFileNameW(kvtfile::GetFilePath(path), _T("kvt"), 0, temporary) == 0) {
+        fail(::GetLastError());
+    }
+    const HANDLE file = ::CreateFileW(temporary, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+    DWORD error = file == INVALID_HANDLE_VALUE ? ::GetLastError() : ERROR_SUCCESS;
+    for (size_t at = 0; error == ERROR_SUCCESS && at < bytes.size();) {
+        const auto count = static_cast<DWORD>(std::min<size_t>(bytes.size() - at, 1 << 20));
+        DWORD written = 0;
+        error = ::WriteFile(file, bytes.data() + at, count, &written, nullptr) ? ERROR_SUCCESS : ::GetLastError();
+        at += written;
+    }
+    if (file != INVALID_HANDLE_VALUE) {
+        ::CloseHandle(file);
+    }
+    if (error == ERROR_SUCCESS && !::MoveFileExW(temporary, path, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+        error = ::GetLastError();
+    }
+    if (error != ERROR_SUCCESS) {
+        ::DeleteFileW(temporary);
+        fail(error);
+    }
 }
 
 std::string CharacterAt(const CString& text, int at) {

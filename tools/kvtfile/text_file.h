@@ -45,6 +45,8 @@ std::string SystemText(DWORD error);
 bool FileExists(const CString& path);
 /// The whole file; a failure when it cannot be read.
 std::string ReadBytes(const CString& path, const std::string& shown);
+/// Makes the file hold these bytes, in place of what it held; a failure, and the file as it was, when that cannot be.
+void WriteBytes(const CString& path, const std::string& shown, const std::string& bytes);
 
 /// Offset of the first UTF-16 unit that comes back changed from the encoding, or -1.
 int FindLost(const Encoding& encoding, const CString& text);

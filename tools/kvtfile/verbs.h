@@ -19,6 +19,7 @@ void AddSupportPathVerbs(CLI::App& command);
 void AddFileVerbs(CLI::App& command);
 void AddLogVerbs(CLI::App& command);
 void AddLinesVerbs(CLI::App& command);
+void AddFileLinkVerbs(CLI::App& file);
 
 /// A verb with its examples, which `--help` shows.
 CLI::App* AddVerb(CLI::App& family, const char* name, const char* description, const char* examples);

@@ -221,7 +221,7 @@ TEST(ShellLinkFile, DamagedBytesAreRead) {
     for (int round = 0; round < 20000; ++round) {
         const std::string& sample = samples[random() % samples.size()];
         std::vector<std::uint8_t> bytes(sample.begin(), sample.end());
-        for (unsigned changes = random() % 8 + 1; changes-- > 0;) {
+        for (size_t changes = random() % 8 + 1; changes-- > 0;) {
             // The headers are where damage matters most.
             const size_t room = random() % 2 == 0 ? std::min<size_t>(bytes.size(), 0x100) : bytes.size();
             constexpr std::uint8_t kEdges[] = {0, 1, 0x7F, 0x80, 0xFF};

@@ -119,12 +119,14 @@ private:
         return std::nullopt;
     }
 
-    std::vector<Entry> ReadFolder(std::uint32_t offset) {
+    /// The entries of a folder, or the first `most` of them.
+    std::vector<Entry> ReadFolder(std::uint32_t offset, std::uint64_t most = 2 * 0xFFFF) {
         const auto header = m_source.Read(m_resources + offset, kFolderHeaderSize);
         if (!header) {
             return {};
         }
-        const std::uint64_t count = std::uint64_t{*WordAt(*header, 12)} + *WordAt(*header, 14);
+        const std::uint64_t all = std::uint64_t{*WordAt(*header, 12)} + *WordAt(*header, 14);
+        const std::uint64_t count = std::min(all, most);
         const auto table = m_source.Read(m_resources + offset + kFolderHeaderSize, count * kFolderEntrySize);
         std::vector<Entry> entries;
         for (std::uint64_t i = 0; table && i < count; ++i) {
@@ -139,7 +141,7 @@ private:
     std::optional<ImagePlace> DataOf(const Entry& id) {
         Entry data = id;
         if (data.isFolder) {
-            const std::vector<Entry> languages = ReadFolder(data.offset);
+            const std::vector<Entry> languages = ReadFolder(data.offset, 1);
             if (languages.empty()) {
                 return std::nullopt;
             }

@@ -19,7 +19,8 @@ public:
 
     size_t Count() const override { return 1; }
 
-    std::optional<size_t> Find(std::uint32_t) const override { return std::nullopt; }
+    // There are no ids to choose by.
+    std::optional<size_t> Find(std::uint32_t) const override { return 0; }
 
 private:
     std::vector<ImagePlace> Images(size_t) override {

@@ -29,7 +29,7 @@ public:
     static std::unique_ptr<IconFile> Open(ByteSource& source);
 
     virtual size_t Count() const = 0;
-    /// The index of the icon with a resource id.
+    /// The index of the icon with a resource id; an .ico file has none, and its one icon answers to any.
     virtual std::optional<size_t> Find(std::uint32_t id) const = 0;
 
     /// An icon's pixels as a square: of its images the one of this size and of the deepest colour, else a larger one,

@@ -48,14 +48,6 @@ TEST_F(ExpandShortcut, StringsBesideThePathChangeNothing) {
     }
 }
 
-TEST_F(ExpandShortcut, ShareAndRestMakeTheNetworkPath) {
-    LinkParts parts;
-    parts.info.emplace();
-    parts.info->share = "\\\\server\\plans";
-    parts.info->suffix = "2026\\house.dwg";
-    EXPECT_EQ(ExpandBytes(LinkBytes(parts)), "\\\\server\\plans\\2026\\house.dwg");
-}
-
 TEST_F(ExpandShortcut, WhatLeadsNowhereIsEmpty) {
     EXPECT_EQ(Expand(m_folder.Path(_T("missing.lnk"))), "");
     EXPECT_EQ(Expand(m_folder.Path()), "");

@@ -148,8 +148,8 @@ TEST_F(TypeIcon, RegisteredIconThatCannotBeHadCountsAsNone) {
     kvttest::WriteBytes(m_folder.Path(_T("text.ico")), "no icon");
     const CString good = WriteIcons(_T("a.ico"), kRed, kRed);
     for (const CString& text :
-         {m_folder.Path(_T("missing.ico")), m_folder.Path(_T("text.ico")), good + _T(",5"), good + _T(",-5"),
-          CString(_T(",")), CString(_T("\"\"")), CString(_T("%kvtfile no such%\\a.ico")), CString()}) {
+         {m_folder.Path(_T("missing.ico")), m_folder.Path(_T("text.ico")), good + _T(",5"), CString(_T(",")),
+          CString(_T("\"\"")), CString(_T("%kvtfile no such%\\a.ico")), CString()}) {
         Register(text);
         EXPECT_EQ(Shown(Pixels(_T("a.kvtplan"), 3, false)), Shown(folder)) << kvttest::Utf8(text);
     }

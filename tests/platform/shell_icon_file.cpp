@@ -103,6 +103,13 @@ TEST(ShellIconFile, ColoursBeyondThePaletteAreBlack) {
     EXPECT_EQ(Loaded(IcoBytes({image}), 0, 32), "000000FF x 1024");
 }
 
+TEST(ShellIconFile, EmptyAndOtherFilesAreNone) {
+    EXPECT_EQ(Loaded("", 0, 32), "no file");
+    EXPECT_EQ(Loaded("text", 0, 32), "no file");
+    EXPECT_EQ(Loaded(std::string(100, '\0'), 0, 32), "no file");
+    EXPECT_EQ(Loaded("MZ" + std::string(100, '\xFF'), 0, 32), "no file");
+}
+
 TEST(ShellIconFile, ProgramWithoutResourcesHasNoIcons) {
     const std::string bytes = ProgramBytes({});
     kvtshell::MemorySource source({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});

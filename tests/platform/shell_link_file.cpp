@@ -70,6 +70,9 @@ TEST(ShellLinkFile, NetworkFormIsPreferred) {
     info.share = "\\\\server\\plans";
     info.suffix = "house.dwg";
     EXPECT_EQ(Expanded(folder, WithInfo(info)), "\\\\server\\plans\\house.dwg");
+    info.local.reset();
+    EXPECT_EQ(Expanded(folder, WithInfo(info)), "\\\\server\\plans\\house.dwg");
+    info.local = "Z:\\";
     info.share = "";
     EXPECT_EQ(Expanded(folder, WithInfo(info)), "Z:\\house.dwg");
 }

@@ -1,4 +1,4 @@
-// kvtfile file where Wine's shell knows less than that of Windows: names beside taken ones.
+// kvtfile file where Wine's shell does less than that of Windows: names beside taken ones, folders that are to be made.
 
 #include "tests/tools/command_fixture.h"
 
@@ -21,6 +21,12 @@ TEST_F(FileCollisionCommand, AFreeNameIsTakenBesideOneThatIsNot) {
     EXPECT_EQ(Read(_T("d\\a.txt")), "old");
     EXPECT_EQ(Read(_T("d\\a - Copy.txt")), "new");
     EXPECT_EQ(Read(_T("d\\a (2).txt")), "new");
+}
+
+TEST_F(FileCollisionCommand, ADestinationWithASeparatorAtItsEndIsMade) {
+    Write(_T("a.txt"), "a");
+    Expect({"file", "copy", "a.txt", "other\\"}, 0, "a.txt: copied to other\\a.txt\n");
+    EXPECT_EQ(Read(_T("other\\a.txt")), "a");
 }
 
 TEST_F(FileCollisionCommand, ADestinationInsideTheSourceIsRefused) {

@@ -23,22 +23,32 @@ namespace {
 
 constexpr WCHAR EVENT_NAME[] = _T("VekLogWrite");
 
-alignas(CString) unsigned char g_fileRoom[sizeof(CString)];
-alignas(CString) unsigned char g_prefixRoom[sizeof(CString)];
+/// An object that is made when the library is loaded, and never destroyed.
+template <typename T>
+class Kept {
+public:
+    Kept() { new (m_room) T; }
+    T& operator*() { return *std::launder(reinterpret_cast<T*>(m_room)); }
 
-constinit std::mutex g_settings;  // for the static members
-constinit std::mutex g_threads;   // in place of an event that cannot be made
+private:
+    alignas(T) unsigned char m_room[sizeof(T)];
+};
+
+Kept<CString> g_file;
+Kept<CString> g_prefix;
+Kept<std::mutex> g_settings;  // for the static members
+Kept<std::mutex> g_threads;   // in place of an event that cannot be made
 
 // The log that was written to last; used by the one whose turn it is.
 constinit kvtio::Appender* g_appender = nullptr;
 
 CString Prefix() {
-    const std::lock_guard lock(g_settings);
+    const std::lock_guard lock(*g_settings);
     return LOG::s_strLogPrefix;
 }
 
 HANDLE WriteEvent() {
-    const std::lock_guard lock(g_settings);
+    const std::lock_guard lock(*g_settings);
     HANDLE& event = LOG::s_hWriteEvent;
     if (!event) {
         event = ::OpenEventW(EVENT_MODIFY_STATE | SYNCHRONIZE, FALSE, EVENT_NAME);
@@ -57,14 +67,14 @@ public:
             m_event = nullptr;
         }
         if (!m_event) {
-            g_threads.lock();
+            (*g_threads).lock();
         }
     }
     ~Turn() {
         if (m_event) {
             ::SetEvent(m_event);
         } else {
-            g_threads.unlock();
+            (*g_threads).unlock();
         }
     }
     Turn(const Turn&) = delete;
@@ -101,22 +111,22 @@ void AddFormatted(CString& text, LPCWSTR format, va_list args) {
 
 }  // namespace
 
-CString& LOG::s_strLogFile = *new (g_fileRoom) CString;
-CString& LOG::s_strLogPrefix = *new (g_prefixRoom) CString;
+CString& LOG::s_strLogFile = *g_file;
+CString& LOG::s_strLogPrefix = *g_prefix;
 HANDLE LOG::s_hWriteEvent = nullptr;
 
 int LOG::SetLogFile(LPCWSTR pszPath) {
     return Quiet(1, [&] {
         const CString path = pszPath;
         kvtplatform::SwitchToTextLocale();
-        const std::lock_guard lock(g_settings);
+        const std::lock_guard lock(*g_settings);
         s_strLogFile = path;
         return 1;
     });
 }
 
 CString LOG::GetLogFile() {
-    const std::lock_guard lock(g_settings);
+    const std::lock_guard lock(*g_settings);
     return s_strLogFile;
 }
 
@@ -124,7 +134,7 @@ int LOG::SetPrefix(LPCWSTR pszPrefix) {
     return Quiet(1, [&] {
         const CString prefix = pszPrefix;
         if (!prefix.IsEmpty()) {
-            const std::lock_guard lock(g_settings);
+            const std::lock_guard lock(*g_settings);
             s_strLogPrefix = prefix;
         }
         return 1;

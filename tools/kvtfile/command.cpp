@@ -75,6 +75,7 @@ int Run(std::vector<std::string> arguments) {
     AddFileVerbs(app);
     AddLogVerbs(app);
     AddLinesVerbs(app);
+    AddScanVerb(app);
     try {
         std::reverse(arguments.begin(), arguments.end());
         app.parse(std::move(arguments));

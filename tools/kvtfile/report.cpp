@@ -64,6 +64,15 @@ std::string Quoted(const CString& text) {
     return Json(Utf8(text)).dump();
 }
 
+std::string WithSeparators(unsigned long long number) {
+    std::string text = std::to_string(number);
+    for (size_t at = text.size(); at > 3;) {
+        at -= 3;
+        text.insert(at, ",");
+    }
+    return text;
+}
+
 std::string Counted(size_t count, std::string_view one, std::string_view many) {
     return std::to_string(count) + " " + std::string(count == 1 ? one : many);
 }

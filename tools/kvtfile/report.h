@@ -59,6 +59,8 @@ void FlushOutput();
 
 /// The text between double quotes, with quotes, backslashes and control characters escaped as in JSON.
 std::string Quoted(const CString& text);
+/// "1,234,567".
+std::string WithSeparators(unsigned long long number);
 /// "1 class", "2 classes".
 std::string Counted(size_t count, std::string_view one, std::string_view many);
 

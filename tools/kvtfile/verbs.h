@@ -20,6 +20,7 @@ void AddFileVerbs(CLI::App& command);
 void AddLogVerbs(CLI::App& command);
 void AddLinesVerbs(CLI::App& command);
 void AddFileLinkVerbs(CLI::App& file);
+void AddScanVerb(CLI::App& command);
 
 /// A verb with its examples, which `--help` shows.
 CLI::App* AddVerb(CLI::App& family, const char* name, const char* description, const char* examples);

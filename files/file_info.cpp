@@ -157,8 +157,7 @@ void Fill(CFileInfo& record, const WIN32_FIND_DATAW& found, const CString& folde
     record.m_nLength = ULONGLONG{found.nFileSizeHigh} << 32 | found.nFileSizeLow;
     record.m_timCreation = times.Of(found.ftCreationTime);
     record.m_timLastAccess = times.Of(found.ftLastAccessTime);
-    const bool unwritten = ::CompareFileTime(&found.ftLastWriteTime, &found.ftCreationTime) == 0;
-    record.m_timLastWrite = unwritten ? record.m_timCreation : times.Of(found.ftLastWriteTime);
+    record.m_timLastWrite = times.Of(found.ftLastWriteTime);
     record.m_dwCRCPos = 0;
 }
 

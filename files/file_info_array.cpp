@@ -7,7 +7,7 @@
 #include "files/folder_scan.h"
 #include "kvtfile/FileInfo.h"
 
-#if !defined(KVTFILE_USE_MFC)
+#if !defined(KVTFILE_USE_MFC) && !defined(__MINGW32__)
 namespace kvtmfc {
 template class CArray<kvtfile::CFileInfo, kvtfile::CFileInfo&>;
 }

@@ -69,9 +69,17 @@ LocalTimes::Day& LocalTimes::Find(ULONGLONG number) {
 
 COleDateTime LocalTimes::Of(const FILETIME& stamp) {
     const ULONGLONG ticks = TicksOf(stamp);
+    if (!m_time || ticks != m_ticks) {
+        m_time = Convert(ticks);
+        m_ticks = ticks;
+    }
+    return *m_time;
+}
+
+COleDateTime LocalTimes::Convert(ULONGLONG ticks) {
     const Day& day = Find(ticks / TICKS_PER_DAY);
     if (!day.constant) {
-        return LocalTimeOf(stamp);
+        return LocalTimeOf(FromTicks(ticks));
     }
     const FILETIME shifted = FromTicks(ticks + static_cast<ULONGLONG>(day.offset));
     SYSTEMTIME local;

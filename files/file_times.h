@@ -5,6 +5,7 @@
 /// managers show them, not with today's.
 
 #include <array>
+#include <optional>
 
 #include "kvtfile/types.h"
 
@@ -18,8 +19,8 @@ COleDateTime LocalTimeOf(const FILETIME& stamp);
 ///     twice or passes over is taken as the system takes it.
 bool StampOf(const COleDateTime& local, FILETIME& stamp);
 
-/// LocalTimeOf for many stamps: looks the offset of a day up once. Used by one thread; the time zone is that of its
-/// construction.
+/// LocalTimeOf for many stamps: looks the offset of a day up once, and a stamp that is the one before not at all. Used
+/// by one thread; a time zone that changes meanwhile may not be seen.
 class LocalTimes {
 public:
     LocalTimes() = default;
@@ -33,8 +34,11 @@ private:
         bool constant = false;
     };
     Day& Find(ULONGLONG number);
+    COleDateTime Convert(ULONGLONG ticks);
 
     std::array<Day, 64> m_days;
+    ULONGLONG m_ticks = 0;  // the stamp before, and what it came out as
+    std::optional<COleDateTime> m_time;
 };
 
 }  // namespace kvtfile::detail

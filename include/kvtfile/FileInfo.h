@@ -106,7 +106,8 @@ KVTFILE_API void SerializeElements(CArchive& ar, CFileInfo* records, INT_PTR cou
 
 }  // namespace kvtfile
 
-#if !defined(KVTFILE_USE_MFC)
+// MinGW exports no members that are defined in their class: there callers instantiate the array themselves.
+#if !defined(KVTFILE_USE_MFC) && !defined(__MINGW32__)
 namespace kvtmfc {
 extern template class KVTFILE_API CArray<kvtfile::CFileInfo, kvtfile::CFileInfo&>;
 }

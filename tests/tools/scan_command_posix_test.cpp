@@ -101,8 +101,8 @@ TEST(ScanProgress, TheLineTellsRateAndRemainingTimeAndFits) {
     progress.bytesInAll = 4ULL << 30;
     progress.bytesDone = 1ULL << 30;
     EXPECT_EQ(kvtcommand::ProgressLine(progress, 2, 80),
-              "reading  [####............]   25%  1.0 GiB of 4.0 GiB  512.0 MiB/s  0:06 left");
-    EXPECT_EQ(kvtcommand::ProgressLine(progress, 2, 60), "reading    25%  1.0 GiB of 4.0 GiB  512.0 MiB/s  0:06 left");
+              "reading  [####..............]   25%  1.0 GiB of 4.0 GiB  512.0 MiB/s  0:06 left");
+    EXPECT_EQ(kvtcommand::ProgressLine(progress, 2, 60), "reading     25%  1.0 GiB of 4.0 GiB  512.0 MiB/s  0:06 left");
     for (int columns = 0; columns < 200; ++columns) {
         EXPECT_LT(kvtcommand::ProgressLine(progress, 2, columns).size(), static_cast<size_t>(std::max(columns, 1)));
     }

@@ -126,6 +126,23 @@ void Rearrange(FileInfoBase& records, std::vector<INT_PTR>& sources) {
     }
 }
 
+// Where a record belongs among the first `count`.
+INT_PTR PlaceAmong(const FileInfoBase& records, INT_PTR count, const CFileInfo& record, LONGLONG sortMode) {
+    INT_PTR place = 0;
+    while (place < count && StandsBefore(records[place], record, sortMode)) {
+        ++place;
+    }
+    return place;
+}
+
+// The same as the rest of this file does, without memory and slowly.
+void PlaceOneByOne(FileInfoBase& records, INT_PTR first, LONGLONG sortMode) {
+    CFileInfo* const all = records.GetData();
+    for (INT_PTR i = first; i < records.GetSize(); ++i) {
+        std::rotate(all + PlaceAmong(records, i, all[i], sortMode), all + i, all + i + 1);
+    }
+}
+
 }  // namespace
 
 bool IsSorted(LONGLONG sortMode) {
@@ -133,21 +150,16 @@ bool IsSorted(LONGLONG sortMode) {
 }
 
 INT_PTR PlaceOf(const CFileInfo& record, const FileInfoBase& records, LONGLONG sortMode) {
-    INT_PTR place = IsSorted(sortMode) ? 0 : records.GetSize();
-    while (place < records.GetSize() && StandsBefore(records[place], record, sortMode)) {
-        ++place;
-    }
-    return place;
+    return IsSorted(sortMode) ? PlaceAmong(records, records.GetSize(), record, sortMode) : records.GetSize();
 }
 
-bool PlaceAppended(FileInfoBase& records, INT_PTR first, LONGLONG sortMode, int commonPath) {
+void PlaceAppended(FileInfoBase& records, INT_PTR first, LONGLONG sortMode, int commonPath) {
     try {
         std::vector<INT_PTR> sources =
             Merged(records, first, SortedItems(records, first, sortMode, commonPath), sortMode);
         Rearrange(records, sources);
-        return true;
     } catch (const std::bad_alloc&) {
-        return false;
+        PlaceOneByOne(records, first, sortMode);
     }
 }
 

@@ -17,7 +17,7 @@ INT_PTR PlaceOf(const CFileInfo& record, const FileInfoBase& records, LONGLONG s
 
 /// Moves the records from `first` on, which were appended, to where one-by-one insertion in their order would have put
 /// them. `commonPath` units at the start of all their paths are the same.
-/// @return False: no memory, the records stay where they are. O(k log k + n) for k records of n.
-bool PlaceAppended(FileInfoBase& records, INT_PTR first, LONGLONG sortMode, int commonPath);
+/// O(k log k + n) for k records of n; O(k n) when there is no memory for that.
+void PlaceAppended(FileInfoBase& records, INT_PTR first, LONGLONG sortMode, int commonPath);
 
 }  // namespace kvtfile::detail

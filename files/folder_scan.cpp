@@ -45,7 +45,7 @@ void FolderScan::Run(const CString& folder) {
         }
         CFileInfo& sub = level.folders[level.next++];
         const CString path = sub.m_strFilePath + _T("\\");
-        const bool enter = m_wish.recurse && !LeadsUp(sub);
+        const bool enter = m_wish.recurse && MayEnter(sub);
         if (m_wish.includeFolders) {
             Give(sub);
         }
@@ -95,13 +95,17 @@ void FolderScan::ForEachEntry(const CString& pattern, FINDEX_SEARCH_OPS search, 
     } while (!Aborted() && ::FindNextFileW(find, &found));
 }
 
-// Whether a link leads to a folder that it stands in. Without links there is no way up, and nobody asks.
-bool FolderScan::LeadsUp(const CFileInfo& link) {
+// A folder is entered through one link only, and through none that leads up: folders that are linked with each other
+// would otherwise be walked along every way there is from one to the next. Without links nobody asks.
+bool FolderScan::MayEnter(const CFileInfo& sub) {
     kvtio::Identity target;
-    if (!(link.m_dwAttributes & FILE_ATTRIBUTE_REPARSE_POINT) ||
-        !kvtio::IdentityOf(link.m_strFilePath + _T("\\"), target)) {
-        return false;
-    }
+    return !(sub.m_dwAttributes & FILE_ATTRIBUTE_REPARSE_POINT) ||
+           !kvtio::IdentityOf(sub.m_strFilePath + _T("\\"), target) ||
+           (!LeadsUp(target) && m_linked.insert(target).second);
+}
+
+// Whether a link's target is a folder that the walk stands in.
+bool FolderScan::LeadsUp(const kvtio::Identity& target) {
     return std::any_of(m_levels.begin(), m_levels.end(), [&target](Level& level) {
         kvtio::Identity own;
         if (!level.identity && kvtio::IdentityOf(level.path, own)) {

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <functional>
 #include <optional>
+#include <set>
 #include <vector>
 
 #include "files/file_times.h"
@@ -47,7 +48,8 @@ private:
 
     void Enter(const CString& folder);
     void TakeFiles(const CString& folder);
-    bool LeadsUp(const CFileInfo& link);
+    bool MayEnter(const CFileInfo& sub);
+    bool LeadsUp(const kvtio::Identity& target);
     bool Aborted();
     void Give(CFileInfo& record);
     template <typename Take>
@@ -58,6 +60,7 @@ private:
     LocalTimes m_times;
     const CFileInfo m_blank;
     std::vector<Level> m_levels;
+    std::set<kvtio::Identity> m_linked;  // folders that were entered through a link
     int m_found = 0;
     bool m_aborted = false;
 };

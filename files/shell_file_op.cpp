@@ -58,6 +58,22 @@ std::unique_ptr<WCHAR[]> ListForShell(const CStringList& paths) {
     return buffer;
 }
 
+// The structure has the lists and the title for as long as this lives.
+class LentLists {
+public:
+    LentLists(SHFILEOPSTRUCTW& operation, LPCWSTR from, LPCWSTR to, LPCWSTR title) : m_operation(operation) {
+        m_operation.pFrom = from;
+        m_operation.pTo = to;
+        m_operation.lpszProgressTitle = title;
+    }
+    ~LentLists() { m_operation.pFrom = m_operation.pTo = m_operation.lpszProgressTitle = nullptr; }
+    LentLists(const LentLists&) = delete;
+    LentLists& operator=(const LentLists&) = delete;
+
+private:
+    SHFILEOPSTRUCTW& m_operation;
+};
+
 }  // namespace
 
 CFShellFileOp::CFShellFileOp() : m_bGoCalled(0), m_lstSourceFiles(kBlockSize), m_lstDestFiles(kBlockSize) {
@@ -142,9 +158,7 @@ int CFShellFileOp::Go(int* pbStarted, int* pnApiResult, int* pbAborted) {
     }
     const std::unique_ptr<WCHAR[]> from = ListForShell(m_lstSourceFiles);
     const std::unique_ptr<WCHAR[]> to = deletes ? nullptr : ListForShell(m_lstDestFiles);
-    m_rFOS.pFrom = from.get();
-    m_rFOS.pTo = to.get();
-    m_rFOS.lpszProgressTitle = m_strProgressTitle;
+    const LentLists lent(m_rFOS, from.get(), to.get(), m_strProgressTitle);
     if (destinations > 1) {
         m_rFOS.fFlags = static_cast<FILEOP_FLAGS>(m_rFOS.fFlags | FOF_MULTIDESTFILES);
     }
@@ -154,7 +168,6 @@ int CFShellFileOp::Go(int* pbStarted, int* pnApiResult, int* pbAborted) {
         *pbStarted = 1;
     }
     const int result = ::SHFileOperationW(&m_rFOS);
-    m_rFOS.pFrom = m_rFOS.pTo = m_rFOS.lpszProgressTitle = nullptr;
     if (pnApiResult) {
         *pnApiResult = result;
     }

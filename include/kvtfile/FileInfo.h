@@ -129,8 +129,8 @@ public:
     ///
     /// First come the sub-folders in the order of the folder listing, each followed by its own content, then the files.
     /// "." and ".." are never added. What vanishes meanwhile and folders that cannot be read are passed over. Links to
-    /// folders are followed, as Windows follows them; one that leads to a folder that it stands in is listed and not
-    /// entered, so that a loop ends. Any depth of folders needs no more stack than one.
+    /// folders are followed, as Windows follows them; one that leads to a folder that it stands in, or to one that
+    /// another link has led to already, is listed and not entered, so that folders linked with each other come to an end. Any depth of folders needs no more stack than one.
     /// @param dir      The folder, ended by a separator.
     /// @param ext      Of the files wanted, without its dot ("*": all); matched as the folder listing matches "*.ext".
     ///                 It does not choose among folders.

@@ -168,10 +168,22 @@ Error StatEntry(int folder, const std::string& name, struct stat& status) {
     return error ? error : ErrorOf(::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0);
 }
 
+Error StatTarget(int folder, const std::string& name, struct stat& status) {
+    const Error error = Ask(Call::Attributes, name);
+    return error ? error : ErrorOf(::fstatat(folder, name.c_str(), &status, 0) == 0);
+}
+
 bool IsMountPoint(int folder, const std::string& name) {
     struct statx status {};
-    return ::statx(folder, name.c_str(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, STATX_TYPE, &status) == 0 &&
-           (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    if (::statx(folder, name.c_str(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, STATX_TYPE, &status) == 0 &&
+        (status.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) != 0) {
+        return (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    }
+    // Older systems do not say. A part of the same file system with a number of its own counts as one too then.
+    struct stat above {};
+    struct stat entry {};
+    return ::fstatat(folder, "", &above, AT_EMPTY_PATH) == 0 &&
+           ::fstatat(folder, name.c_str(), &entry, AT_SYMLINK_NOFOLLOW) == 0 && above.st_dev != entry.st_dev;
 }
 
 Error ListFolder(int folder, std::vector<std::string>& names) {

@@ -6,7 +6,7 @@
 ///
 /// As everything here, each call asks the tests' hook first: making an entry counts as Open, listing as Read, reading
 /// or giving status, times, rights and extended attributes as Attributes. The path that the hook is told is the entry's
-/// name, empty for calls on a descriptor. Symbolic links are never followed. The last error is left alone.
+/// name, empty for calls on a descriptor. Symbolic links are not followed. The last error is left alone.
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -53,7 +53,9 @@ Error SyncFileSystemOf(int file);
 
 Error StatOf(int file, struct stat& status);
 Error StatEntry(int folder, const std::string& name, struct stat& status);
-/// Whether an entry is where another file system is mounted; false where the system cannot tell.
+/// What a link leads to in the end; the one call that follows it.
+Error StatTarget(int folder, const std::string& name, struct stat& status);
+/// Whether a folder is where another file system is mounted.
 bool IsMountPoint(int folder, const std::string& name);
 
 /// The names in a folder, in byte order, without "." and "..".

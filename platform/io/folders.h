@@ -3,6 +3,7 @@
 /// @file
 /// What a walk over folders needs of the system besides their listings.
 
+#include <compare>
 #include <cstdint>
 #include <string>
 
@@ -16,7 +17,7 @@ using Path = std::basic_string<WCHAR>;
 struct Identity {
     uint64_t volume = 0;
     uint64_t file = 0;
-    friend bool operator==(const Identity&, const Identity&) = default;
+    friend auto operator<=>(const Identity&, const Identity&) = default;
 };
 
 /// Links are followed. @return False: there is no such folder, or it may not be looked at.

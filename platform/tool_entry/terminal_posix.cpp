@@ -6,13 +6,16 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <initializer_list>
+#include <array>
 
 namespace kvtterminal {
 
 namespace {
 
+constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP};
+
 volatile int g_interrupted = 0;
+std::array<struct sigaction, kSignals.size()> g_before;
 
 void Interrupt(int) {
     g_interrupted = 1;
@@ -34,14 +37,18 @@ InterruptGuard::InterruptGuard() {
     struct sigaction action {};
     action.sa_handler = Interrupt;
     action.sa_flags = static_cast<int>(SA_RESETHAND) | SA_RESTART;
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        ::sigaction(signal, &action, nullptr);
+    for (size_t i = 0; i < kSignals.size(); ++i) {
+        ::sigaction(kSignals[i], nullptr, &g_before[i]);
+        // What whoever started the process has it ignore stays ignored.
+        if (g_before[i].sa_handler != SIG_IGN) {
+            ::sigaction(kSignals[i], &action, nullptr);
+        }
     }
 }
 
 InterruptGuard::~InterruptGuard() {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        ::signal(signal, SIG_DFL);
+    for (size_t i = 0; i < kSignals.size(); ++i) {
+        ::sigaction(kSignals[i], &g_before[i], nullptr);
     }
 }
 

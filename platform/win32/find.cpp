@@ -53,6 +53,7 @@ struct Listing : kvtwin::Object {
     std::string bytes;
     std::vector<Entry> entries;
     size_t next = 0;
+    bool closed = false;  // the folder tells names, and nothing of what they are
 };
 
 HANDLE FailFind(DWORD error) {
@@ -71,10 +72,11 @@ DWORD AttributesOf(const Listing& listing, const char* bytes, const struct stat&
                           : kvtwin::KindOf(status, link) | kvtwin::HiddenByName(bytes);
 }
 
-bool ReadEntry(const Listing& listing, const Entry& entry, WIN32_FIND_DATAW& data) {
+bool ReadEntry(Listing& listing, const Entry& entry, WIN32_FIND_DATAW& data) {
     const char* const bytes = listing.bytes.data() + entry.bytes;
     struct stat status {};
     if (::fstatat(listing.folder, bytes, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        listing.closed = listing.closed || errno == EACCES;
         return false;
     }
     const bool link = S_ISLNK(status.st_mode);
@@ -245,7 +247,7 @@ HANDLE FindFirstFileExW(LPCWSTR pattern, FINDEX_INFO_LEVELS level, LPVOID data, 
             return FailFind(error);
         }
         if (!TakeNext(*listing, *static_cast<LPWIN32_FIND_DATAW>(data))) {
-            return FailFind(ERROR_FILE_NOT_FOUND);
+            return FailFind(listing->closed ? ERROR_ACCESS_DENIED : ERROR_FILE_NOT_FOUND);
         }
         const HANDLE handle = kvtwin::AddHandle(std::move(listing));
         return handle ? handle : FailFind(ERROR_NOT_ENOUGH_MEMORY);

@@ -6,6 +6,7 @@
 #include <limits>
 #include <vector>
 
+#include "handles.h"
 #include "status.h"
 #include "winapi.h"
 
@@ -186,6 +187,10 @@ DWORD EntryCopier::CopyAttributes(int from, int to, const std::string& path, std
     return goes_on ? ERROR_SUCCESS : ERROR_CANCELLED;
 }
 
+DWORD CheckMovable(const struct stat& status) {
+    return S_ISREG(status.st_mode) ? CheckDeletable(status.st_dev, status.st_ino) : ERROR_SUCCESS;
+}
+
 DWORD RenamePlace(const EntryPlace& from, const struct stat& status, const EntryPlace& to, bool replace) {
     const auto rename = [&] { return kvtio::RenameEntry(from.folder, from.name, to.folder, to.name, replace); };
     const DWORD error = rename();
@@ -203,11 +208,20 @@ DWORD RenamePlace(const EntryPlace& from, const struct stat& status, const Entry
     return second;
 }
 
+// Another group gets no more than everybody has.
+constexpr mode_t WithoutGroup(mode_t mode) {
+    return mode & (~mode_t{070} | (mode & 07) << 3);
+}
+
 DWORD EntryCopier::GiveNature(int from, int to, const struct stat& status, const std::string& path) {
     std::string access_list;
     if (const DWORD error = CopyAttributes(from, to, path, access_list)) {
         return error;
     }
+    return GiveRights(to, status, access_list);
+}
+
+DWORD EntryCopier::GiveRights(int to, const struct stat& status, const std::string& access_list) {
     struct stat made {};
     if (const DWORD error = kvtio::StatOf(to, made)) {
         return error;
@@ -222,18 +236,25 @@ DWORD EntryCopier::GiveNature(int from, int to, const struct stat& status, const
             mode = status.st_mode & 07777;
         }
         if (!group) {
-            // Another group gets no more than everybody had.
-            mode &= ~mode_t{070} | (mode & 07) << 3;
+            mode = WithoutGroup(mode);
         }
+    } else if (S_ISDIR(status.st_mode)) {
+        mode |= made.st_mode & S_ISGID;  // from the folder above: what is made in it belongs to the same group
     }
-    DWORD error = kvtio::SetModeOf(to, access_list.empty() ? mode : mode & ~mode_t{070});
-    if (error == 0 && !access_list.empty() && !m_job.Has(FOF_NOCOPYSECURITYATTRIBS)) {
+    const bool lists = !access_list.empty() && !m_job.Has(FOF_NOCOPYSECURITYATTRIBS);
+    if (lists) {
+        mode &= ~mode_t{070};
+    } else if (!access_list.empty()) {
+        mode = WithoutGroup(mode);  // its bits were the most that the list gives, not the group's
+    }
+    DWORD error = kvtio::SetModeOf(to, mode);
+    if (error == 0 && lists) {
         error = kvtio::WriteAttribute(to, kAccessList, access_list);
     }
-    if (error != 0 && !IsUnsupported(error)) {
-        return error;
+    if (error == 0 || IsUnsupported(error)) {
+        error = kvtio::SetTimesOf(to, status);
     }
-    return kvtio::SetTimesOf(to, status);
+    return IsUnsupported(error) ? ERROR_SUCCESS : error;
 }
 
 }  // namespace kvtwin

@@ -18,6 +18,9 @@ struct EntryPlace {
     std::string path;  ///< as messages name it
 };
 
+/// ERROR_SHARING_VIOLATION for a file that is open without FILE_SHARE_DELETE, else 0.
+DWORD CheckMovable(const struct stat& status);
+
 /// Renames in one step, a folder that nobody may write too: its entry ".." changes with the folder above.
 /// @param replace Take the place of what is there; else that is ERROR_ALREADY_EXISTS.
 DWORD RenamePlace(const EntryPlace& from, const struct stat& status, const EntryPlace& to, bool replace);
@@ -37,6 +40,9 @@ public:
 
     /// Gives a folder what Copy gives a file.
     DWORD GiveNature(int from, int to, const struct stat& status, const std::string& path);
+
+    /// The part of it that needs no look at the source: owner, permissions and times.
+    DWORD GiveRights(int to, const struct stat& status, const std::string& access_list = std::string());
 
 private:
     DWORD CopyFile(const EntryPlace& from, const struct stat& status, int to, bool durable,

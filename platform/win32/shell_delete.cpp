@@ -2,7 +2,7 @@
 
 #include "shell_delete.h"
 
-#include "handles.h"
+#include "shell_copy.h"
 #include "status.h"
 #include "winapi.h"
 
@@ -27,6 +27,7 @@ public:
         if (m_result.error != 0) {
             m_result.below = m_below + m_at;
         }
+        GiveModesBack();
         return m_result;
     }
 
@@ -35,6 +36,7 @@ private:
         std::string name;
         std::vector<std::string> names;
         size_t next = 0;
+        mode_t taken = 0;  // the mode that it had, when it was changed
     };
 
     // Deletes an entry, or goes into it.
@@ -44,7 +46,7 @@ private:
         if (error != 0) {
             return IsGone(error) ? 0 : error;
         }
-        if (m_only && !m_only->Has(status)) {
+        if (m_only && !m_only->Has(m_below + m_at, status)) {
             m_result.kept = true;
             return 0;
         }
@@ -52,10 +54,8 @@ private:
     }
 
     DWORD DeleteFile(int folder, const std::string& name, const struct stat& status) {
-        if (S_ISREG(status.st_mode)) {
-            if (const DWORD error = CheckDeletable(status.st_dev, status.st_ino)) {
-                return error;
-            }
+        if (const DWORD error = CheckMovable(status)) {
+            return error;
         }
         const DWORD error = kvtio::RemoveEntry(folder, name);
         return IsGone(error) ? 0 : error;
@@ -68,11 +68,12 @@ private:
         if (const DWORD error = m_cursor.Down(folder, name)) {
             return IsGone(error) ? 0 : error;
         }
-        if (IsReadOnly(status)) {
-            // The read-only attribute of a folder protects nothing in it. Where this is refused, the deleting will be.
-            kvtio::SetModeOf(m_cursor.Folder(), (status.st_mode & 07777) | 0300);
+        Frame frame{name, {}, 0, 0};
+        const mode_t mode = status.st_mode & 07777;
+        // The read-only attribute of a folder protects nothing in it. Where this is refused, the deleting will be.
+        if (IsReadOnly(status) && kvtio::SetModeOf(m_cursor.Folder(), mode | 0300) == 0) {
+            frame.taken = mode;
         }
-        Frame frame{name, {}, 0};
         if (!m_frames.empty()) {
             m_below += '/' + name;
         }
@@ -94,6 +95,7 @@ private:
 
     DWORD Leave() {
         const std::string name = std::move(m_frames.back().name);
+        const mode_t taken = m_frames.back().taken;
         m_frames.pop_back();
         kvtio::Descriptor left;
         if (const DWORD error = m_cursor.Up(left)) {
@@ -104,11 +106,27 @@ private:
             m_at = '/' + name;
         }
         DWORD error = kvtio::RemoveFolder(m_frames.empty() ? m_root : m_cursor.Folder(), name);
+        if (error != 0 && taken != 0) {
+            kvtio::SetModeOf(left.Get(), taken);
+        }
         if (error == ERROR_DIR_NOT_EMPTY && m_only) {
             m_result.kept = true;
             error = 0;
         }
         return IsGone(error) ? 0 : error;
+    }
+
+    // The folders that an error has left.
+    void GiveModesBack() {
+        for (; !m_frames.empty(); m_frames.pop_back()) {
+            kvtio::Descriptor left;
+            if (m_cursor.Up(left) != 0) {
+                return;
+            }
+            if (m_frames.back().taken != 0) {
+                kvtio::SetModeOf(left.Get(), m_frames.back().taken);
+            }
+        }
     }
 
     const CopiedEntries* m_only;

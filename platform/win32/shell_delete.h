@@ -3,36 +3,41 @@
 /// @file
 /// Deleting what an entry names, a folder with all that is in it.
 
-#include <map>
 #include <string>
+#include <unordered_map>
 
 #include "folder_cursor.h"
 
 namespace kvtwin {
 
-/// What was copied out of a tree: so much of it may be deleted after a move between file systems.
+/// What was copied out of a tree: so much of it may be deleted after a move between file systems. Entries go by their
+/// names, since one file may have several of which some were left out.
 class CopiedEntries {
 public:
-    void Add(const struct stat& status) { m_entries[FileIdentity(status)] = Stamp(status); }
+    /// @param below Where in the tree, "" or "/a/b".
+    void Add(const std::string& below, const struct stat& status) { m_entries[below] = Stamp(status); }
     /// Whether the very entry was copied, and has not been written since.
-    bool Has(const struct stat& status) const {
-        const auto found = m_entries.find(FileIdentity(status));
-        return found != m_entries.end() && (S_ISDIR(status.st_mode) || found->second == Stamp(status));
+    bool Has(const std::string& below, const struct stat& status) const {
+        const auto found = m_entries.find(below);
+        return found != m_entries.end() && found->second.IsOf(status);
     }
     bool IsEmpty() const { return m_entries.empty(); }
 
 private:
     struct Stamp {
+        FileIdentity identity;
         off_t size = 0;
         timespec written{};
 
         Stamp() = default;
-        explicit Stamp(const struct stat& status) : size(status.st_size), written(status.st_mtim) {}
-        friend bool operator==(const Stamp& a, const Stamp& b) {
-            return a.size == b.size && a.written.tv_sec == b.written.tv_sec && a.written.tv_nsec == b.written.tv_nsec;
+        explicit Stamp(const struct stat& status) : identity(status), size(status.st_size), written(status.st_mtim) {}
+        bool IsOf(const struct stat& status) const {
+            return identity == FileIdentity(status) &&
+                   (S_ISDIR(status.st_mode) || (size == status.st_size && written.tv_sec == status.st_mtim.tv_sec &&
+                                                written.tv_nsec == status.st_mtim.tv_nsec));
         }
     };
-    std::map<FileIdentity, Stamp> m_entries;
+    std::unordered_map<std::string, Stamp> m_entries;
 };
 
 struct Deletion {

@@ -63,15 +63,16 @@ void ShellJob::Note(DWORD error, const std::string& path) {
     }
 }
 
+int ShellJob::Code() const {
+    return static_cast<int>(m_error == 0 && m_refused ? kShellCancelled : m_error);
+}
+
 int ShellJob::Finish() const {
-    if (m_error == 0) {
-        return m_refused ? static_cast<int>(kShellCancelled) : 0;
-    }
-    if (!Has(FOF_NOERRORUI)) {
+    if (m_error != 0 && !Has(FOF_NOERRORUI)) {
         const std::u16string text = WithPath(u"", m_error_path, m_error_path.empty() ? u"" : u": ") + TextOf(m_error);
         kvtmfc::AfxMessageBox(text.c_str(), MB_OK | MB_ICONERROR);
     }
-    return static_cast<int>(m_error);
+    return Code();
 }
 
 std::u16string WithPath(std::u16string_view before, const std::string& path, std::u16string_view after) {

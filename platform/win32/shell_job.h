@@ -51,7 +51,9 @@ public:
     void Begin() { m_begun = true; }
     BOOL Aborted() const { return m_refused || (m_begun && m_error != 0); }
 
-    /// What the call returns; tells the user of an error, unless that is not wanted.
+    /// What the call returns.
+    int Code() const;
+    /// The same; tells the user of an error, unless that is not wanted.
     int Finish() const;
 
 private:

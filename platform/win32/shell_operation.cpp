@@ -1,8 +1,8 @@
 // SHFileOperationW: copies, moves, deletes and renames as the Windows shell does.
 //
-// All paths are checked first; then the items are done in their order, and an error ends the run. A question is asked
-// before anything is replaced, made or deleted that the caller has not settled by a flag; whatever is not a Yes leaves
-// things as they are.
+// All paths are looked up and checked first; then the items are done in their order, and an error ends the run. A
+// question is asked before anything is replaced, made or deleted that the caller has not settled by a flag; whatever is
+// not a Yes leaves things as they are.
 
 #include <new>
 
@@ -49,8 +49,9 @@ DWORD Rename(const ShellItem& item) {
     kvtio::Descriptor to_folder;
     EntryPlace from;
     EntryPlace to;
-    DWORD error = OpenPlace(item.source.folder, item.source.name, from_folder, from);
-    if (error == 0 && (error = OpenPlace(item.target_folder, item.target_name, to_folder, to)) == 0) {
+    DWORD error = CheckMovable(item.source.status);
+    if (error == 0 && (error = OpenPlace(item.source.folder, item.source.name, from_folder, from)) == 0 &&
+        (error = OpenPlace(item.target_folder, item.target_name, to_folder, to)) == 0) {
         error = RenamePlace(from, item.source.status, to, false);
     }
     return error;
@@ -158,9 +159,12 @@ int SHFileOperationW(LPSHFILEOPSTRUCTW operation) {
         } else {
             kvtwin::Bring(plan, job);
         }
+        operation->fAnyOperationsAborted = job.Aborted();
+        return job.Finish();
     } catch (const std::bad_alloc&) {
+        // Nothing can be told but by the result.
         job.Note(ERROR_NOT_ENOUGH_MEMORY, {});
+        operation->fAnyOperationsAborted = job.Aborted();
+        return job.Code();
     }
-    operation->fAnyOperationsAborted = job.Aborted();
-    return job.Finish();
 }

@@ -2,18 +2,20 @@
 //
 // A wildcard stands in the last component of a source and matches as in FindFirstFileW; where an entry has exactly that
 // name (which Windows does not allow, but this file system does), it alone is meant. Whatever is wrong with any path is
-// found here, before the first change.
+// found here, before the first change; what the system refuses shows only then.
 
 #include "shell_plan.h"
 
-#include <dirent.h>
 #include <errno.h>
+#include <limits.h>
+#include <stdlib.h>
 
 #include <algorithm>
-#include <memory>
+#include <set>
 #include <utility>
 
 #include "errors.h"
+#include "folder_cursor.h"
 #include "names.h"
 #include "paths.h"
 #include "winapi.h"
@@ -37,10 +39,6 @@ struct Destination {
     Location location;
     bool exists = false;
     bool folder = false;  // links followed
-};
-
-struct FolderCloser {
-    void operator()(DIR* folder) const { ::closedir(folder); }
 };
 
 std::vector<std::u16string> Paths(LPCWSTR list) {
@@ -69,34 +67,10 @@ bool HasWildcard(std::u16string_view text) {
     return text.find_first_of(u"*?") != text.npos;
 }
 
-bool ListMatches(const std::string& folder, std::u16string_view pattern, const ShellJob& job, Group& group) {
-    const std::unique_ptr<DIR, FolderCloser> listing(::opendir(folder.c_str()));
-    if (!listing) {
-        return false;
-    }
-    const std::u16string upper = UpperName(pattern);
-    const bool files_only = job.Has(FOF_FILESONLY) || job.Has(FOF_NORECURSION);
-    std::vector<std::pair<std::u16string, ShellSource>> found;
-    while (const dirent* entry = ::readdir(listing.get())) {
-        ShellSource source{folder, entry->d_name, {}};
-        const std::u16string name = UpperName(NameFromBytes(source.name));
-        struct stat followed {};
-        if (!IsName(source.name) || !MatchesPattern(name, upper) ||
-            ::lstat(source.Path().c_str(), &source.status) != 0) {
-            continue;
-        }
-        const bool to_folder = ::stat(source.Path().c_str(), &followed) == 0 && S_ISDIR(followed.st_mode);
-        if (!(files_only && to_folder)) {
-            found.emplace_back(name, std::move(source));
-        }
-    }
-    std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) {
-        return a.first != b.first ? a.first < b.first : a.second.name < b.second.name;
-    });
-    for (auto& match : found) {
-        group.sources.push_back(std::move(match.second));
-    }
-    return true;
+bool LeadsToFolder(int folder, const ShellSource& source) {
+    struct stat followed = source.status;
+    const bool known = !S_ISLNK(followed.st_mode) || kvtio::StatTarget(folder, source.name, followed) == 0;
+    return known && S_ISDIR(followed.st_mode);
 }
 
 DWORD FindWildcard(const std::u16string& path, const ShellJob& job, Group& group) {
@@ -110,10 +84,15 @@ DWORD FindWildcard(const std::u16string& path, const ShellJob& job, Group& group
         return PathFailure(error);
     }
     group.wildcard = true;
-    if (ListMatches(folder.path, split.name, job, group)) {
-        return ERROR_SUCCESS;
-    }
-    return errno == ENOENT || errno == ENOTDIR ? static_cast<DWORD>(kShellInvalidPath) : ErrorFromErrno(errno);
+    const bool files_only = job.Has(FOF_FILESONLY) || job.Has(FOF_NORECURSION);
+    const DWORD error = FindMatches(folder.path, split.name, files_only, group.sources);
+    const bool missing = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+    return missing ? static_cast<DWORD>(kShellInvalidPath) : error;
+}
+
+bool IsFolder(const std::string& path) {
+    struct stat followed {};
+    return ::stat(path.c_str(), &followed) == 0 && S_ISDIR(followed.st_mode);
 }
 
 DWORD FindSource(const std::u16string& path, const ShellJob& job, Group& group) {
@@ -137,6 +116,9 @@ DWORD FindSource(const std::u16string& path, const ShellJob& job, Group& group) 
         if (S_ISDIR(source.status.st_mode) && job.Has(FOF_NORECURSION)) {
             return ERROR_NOT_SUPPORTED;
         }
+        if (location.separator_at_end && !IsFolder(location.path)) {
+            return kShellInvalidPath;
+        }
         group.sources.push_back(std::move(source));
         return ERROR_SUCCESS;
     }
@@ -155,9 +137,8 @@ DWORD FindDestination(const std::u16string& path, Destination& destination) {
         return PathFailure(error);
     }
     struct stat status {};
-    const char* const file = destination.location.path.c_str();
-    destination.exists = ::lstat(file, &status) == 0;
-    destination.folder = ::stat(file, &status) == 0 && S_ISDIR(status.st_mode);
+    destination.exists = ::lstat(destination.location.path.c_str(), &status) == 0;
+    destination.folder = IsFolder(destination.location.path);
     return destination.location.device ? kShellInvalidPath : ERROR_SUCCESS;
 }
 
@@ -190,6 +171,15 @@ bool IsInside(const std::string& folder, const struct stat& outer) {
     }
 }
 
+// Which entry of which folder, whether they exist or not: the nearest folder that does, and the path from there.
+using EntryKey = std::pair<FileIdentity, std::string>;
+
+EntryKey KeyOf(const std::string& folder, const std::string& name) {
+    struct stat status {};
+    const size_t length = NearestExisting(folder, status).size();
+    return {FileIdentity(status), folder.substr(length) + '/' + name};
+}
+
 // The checks of one source and its target.
 DWORD Check(ShellItem& item, const ShellJob& job) {
     struct stat folder {};
@@ -209,6 +199,11 @@ DWORD Check(ShellItem& item, const ShellJob& job) {
     const bool renames = job.Has(FOF_RENAMEONCOLLISION);
     if (IsSame(source, existing) && !(renames && job.IsCopy())) {
         return kShellSameFile;
+    }
+    struct stat followed {};
+    if (!renames && S_ISLNK(source.st_mode) && ::stat(item.source.Path().c_str(), &followed) == 0 &&
+        IsSame(followed, existing)) {
+        return kShellSameFile;  // the link would lead to itself
     }
     if (renames || S_ISDIR(source.st_mode) == S_ISDIR(existing.st_mode)) {
         return ERROR_SUCCESS;
@@ -231,6 +226,7 @@ public:
                 }
             } else {
                 Pair();
+                RequireApart();
             }
         } catch (const Failure& failure) {
             m_plan.items.clear();
@@ -337,6 +333,27 @@ private:
         m_plan.items.push_back(std::move(item));
     }
 
+    // Refuses items that would undo one another: a target that is another one's source, and moves to one target.
+    void RequireApart() const {
+        if (m_job.Has(FOF_RENAMEONCOLLISION)) {
+            return;
+        }
+        std::set<EntryKey> sources;
+        std::set<EntryKey> targets;
+        for (const ShellItem& item : m_plan.items) {
+            sources.insert(KeyOf(item.source.folder, item.source.name));
+        }
+        for (const ShellItem& item : m_plan.items) {
+            const EntryKey target = KeyOf(item.target_folder, item.target_name);
+            if (sources.contains(target)) {
+                Fail(kShellSameFile, item.source.Path());
+            }
+            if (!targets.insert(target).second && m_job.IsMove()) {
+                Fail(kShellManySources, item.source.Path());
+            }
+        }
+    }
+
     static bool IsSameFolder(const std::string& a, const std::string& b) {
         struct stat one {};
         struct stat other {};
@@ -360,6 +377,42 @@ private:
 };
 
 }  // namespace
+
+DWORD FindMatches(const std::string& folder, std::u16string_view pattern, bool files_only,
+                  std::vector<ShellSource>& sources) {
+    kvtio::Descriptor opened;
+    std::vector<std::string> names;
+    if (const DWORD error = kvtio::OpenFolder(folder, opened)) {
+        return error;
+    }
+    if (const DWORD error = kvtio::ListFolder(opened.Get(), names)) {
+        return error;
+    }
+    const std::u16string upper = UpperName(pattern);
+    std::vector<std::pair<std::u16string, ShellSource>> found;
+    for (std::string& bytes : names) {
+        const std::u16string name = UpperName(NameFromBytes(bytes));
+        if (!MatchesPattern(name, upper)) {
+            continue;
+        }
+        ShellSource source{folder, std::move(bytes), {}};
+        const DWORD error = kvtio::StatEntry(opened.Get(), source.name, source.status);
+        if (error == ERROR_FILE_NOT_FOUND) {
+            continue;  // it has vanished
+        }
+        if (error != 0) {
+            return error;
+        }
+        if (!(files_only && LeadsToFolder(opened.Get(), source))) {
+            found.emplace_back(name, std::move(source));
+        }
+    }
+    std::stable_sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    for (auto& match : found) {
+        sources.push_back(std::move(match.second));
+    }
+    return ERROR_SUCCESS;
+}
 
 ShellPlan PlanShellOperation(const SHFILEOPSTRUCTW& operation, const ShellJob& job) {
     return Planner(operation, job).Run();

@@ -4,6 +4,7 @@
 /// What a shell operation is about: its lists of paths resolved to entries, and checked before anything changes.
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <sys/stat.h>
@@ -39,6 +40,12 @@ struct ShellPlan {
     DWORD error = 0;                           ///< why nothing is to be done
     std::string error_path;
 };
+
+/// The entries of a folder whose names match, in the order of their names without regard to case.
+/// @param files_only Leave out folders, and links to them.
+/// @return 0, or the error of the folder or of an entry that cannot be looked at.
+DWORD FindMatches(const std::string& folder, std::u16string_view pattern, bool files_only,
+                  std::vector<ShellSource>& sources);
 
 /// Resolves the lists by the rules of the operation. Nothing is changed; every source is looked up.
 ShellPlan PlanShellOperation(const SHFILEOPSTRUCTW& operation, const ShellJob& job);

@@ -2,12 +2,12 @@
 // in another, it copies, makes the copies durable, and deletes what was copied, and nothing else.
 //
 // Invariants: a file that is to be replaced is there, whole, until the new one takes its place in one step. A new
-// folder appears under its name when it is whole. Nothing of the source is deleted before all of the copy is on the
-// storage device.
+// folder appears under its name when it is whole, unless it comes into a folder that was there already. Nothing of the
+// source is deleted before all of the copy is on the storage device.
 
 #include "shell_transfer.h"
 
-#include "handles.h"
+#include "paths.h"
 #include "shell_names.h"
 #include "status.h"
 #include "winapi.h"
@@ -22,8 +22,16 @@ DWORD FindExisting(const EntryPlace& place, struct stat& status, bool& exists) {
     return error == ERROR_FILE_NOT_FOUND ? 0 : error;
 }
 
-DWORD CheckMovable(const struct stat& status) {
-    return S_ISREG(status.st_mode) ? CheckDeletable(status.st_dev, status.st_ino) : 0;
+// Listings are to see the attributes that an entry has brought to its new place.
+void MarkPlaced(const EntryPlace& placed) {
+    MarkFolderOf(ParentOf(placed.path) + '/' + placed.name);
+}
+
+// Whether an entry is a link to what exists at its target: in that place it would lead to itself.
+bool LeadsTo(const EntryPlace& from, const struct stat& status, const struct stat& existing) {
+    struct stat followed {};
+    return S_ISLNK(status.st_mode) && kvtio::StatTarget(from.folder, from.name, followed) == 0 &&
+           FileIdentity(followed) == FileIdentity(existing);
 }
 
 bool IsSpecial(const struct stat& status) {
@@ -61,6 +69,8 @@ DWORD Transfer::RunAsNamed() {
                 error = kvtio::RenameEntry(m_to.folder, temporary, m_to.folder, m_to.name, false);
                 if (error != 0) {
                     DropAside(temporary);
+                } else {
+                    MarkPlaced(m_to);
                 }
             }
         }
@@ -82,6 +92,9 @@ DWORD Transfer::PlaceAside(const std::string& temporary) {
     for (unsigned n = 1; error == ERROR_ALREADY_EXISTS && n < kMost; ++n) {
         to.name = CollisionName(m_to.name, folder, style, n);
         error = RenamePlace(what, m_status, to, false);
+    }
+    if (error == 0) {
+        MarkPlaced(to);
     }
     return error;
 }
@@ -113,7 +126,7 @@ DWORD Transfer::CopyAside(std::string& temporary) {
         struct stat seen {};
         const DWORD error = m_copier.Copy(m_from, m_status, m_to.folder, m_job.IsMove(), temporary, seen);
         if (error == 0) {
-            m_copied.Add(seen);
+            m_copied.Add(m_below, seen);
             m_copied_content = true;
         }
         return error;
@@ -123,7 +136,9 @@ DWORD Transfer::CopyAside(std::string& temporary) {
         temporary.clear();
         return error;
     }
+    m_aside = true;
     const DWORD error = FillFolder({m_to.folder, temporary, m_to.path}, true);
+    m_aside = false;
     if (error != 0) {
         DropAside(temporary);
         temporary.clear();
@@ -175,7 +190,7 @@ DWORD Transfer::Entry(const EntryPlace& from, const struct stat& status, const E
     }
     const bool folder = S_ISDIR(status.st_mode);
     if (exists) {
-        if (FileIdentity(status) == FileIdentity(existing)) {
+        if (FileIdentity(status) == FileIdentity(existing) || LeadsTo(from, status, existing)) {
             return kShellSameFile;
         }
         if (folder != S_ISDIR(existing.st_mode)) {
@@ -185,8 +200,12 @@ DWORD Transfer::Entry(const EntryPlace& from, const struct stat& status, const E
             return error ? error : ERROR_CANCELLED;
         }
     }
-    if (m_job.IsMove() && !(folder && exists)) {
+    // What is made aside is dropped when it does not become whole: it may hold copies alone.
+    if (m_job.IsMove() && !m_aside && !(folder && exists)) {
         error = RenamePlace(from, status, to, exists);
+        if (error == 0) {
+            MarkPlaced(to);
+        }
         if (error != ERROR_NOT_SAME_DEVICE) {
             return error;
         }
@@ -213,7 +232,8 @@ DWORD Transfer::MakeCopy(const EntryPlace& from, const struct stat& status, cons
         kvtio::RemoveEntry(to.folder, temporary);
     }
     if (error == 0) {
-        m_copied.Add(seen);
+        MarkPlaced(to);
+        m_copied.Add(m_below, seen);
         m_copied_content = true;
     }
     return error;
@@ -238,6 +258,9 @@ DWORD Transfer::FillFolder(const EntryPlace& to, bool made) {
     m_frames.push_back(std::move(frame));
     while (error == 0 && !m_frames.empty()) {
         error = m_job.IsCancelled() ? ERROR_CANCELLED : Step();
+    }
+    if (error != 0 && !m_aside) {
+        LeaveUnfinished();
     }
     return error;
 }
@@ -305,20 +328,50 @@ DWORD Transfer::Step() {
     return error;
 }
 
+// Folders that are new in one that was there stay when an error ends the way through them: users are to reach what has
+// come into them.
+void Transfer::LeaveUnfinished() {
+    for (; !m_frames.empty(); m_frames.pop_back()) {
+        kvtio::Descriptor target;
+        if (m_target.Depth() != m_frames.size() || m_target.Up(target) != 0) {
+            return;
+        }
+        if (m_frames.back().made) {
+            m_copier.GiveRights(target.Get(), m_frames.back().status);
+        }
+    }
+}
+
+// Makes durable what came into another file system than that of the target's folder, which is done at the end.
+DWORD Transfer::SyncMounted(int folder, dev_t device) {
+    struct stat above {};
+    if (m_frames.empty()) {
+        if (const DWORD error = kvtio::StatOf(m_to.folder, above)) {
+            return error;
+        }
+    }
+    const bool mounted = device != (m_frames.empty() ? above.st_dev : m_target.Identity().device);
+    return mounted && m_copied_content ? kvtio::SyncFileSystemOf(folder) : ERROR_SUCCESS;
+}
+
 DWORD Transfer::LeaveFolder() {
     const Frame frame = std::move(m_frames.back());
     m_frames.pop_back();
     kvtio::Descriptor source;
     kvtio::Descriptor target;
+    const dev_t device = m_target.Identity().device;
     DWORD error = m_source.Up(source);
     if (error == 0) {
         error = m_target.Up(target);
+    }
+    if (error == 0 && m_job.IsMove() && !frame.made) {
+        error = SyncMounted(target.Get(), device);
     }
     if (error == 0 && frame.made) {
         error = m_copier.GiveNature(source.Get(), target.Get(), frame.status, m_from.path + m_below);
     }
     if (error == 0) {
-        m_copied.Add(frame.status);
+        m_copied.Add(m_below, frame.status);
         m_copied_content = m_copied_content || frame.made;
         if (!m_frames.empty()) {
             m_below.resize(m_below.size() - frame.name.size() - 1);

@@ -46,6 +46,8 @@ private:
     DWORD EnterFolder(const std::string& name, const struct stat& status, bool made);
     DWORD Step();
     DWORD LeaveFolder();
+    void LeaveUnfinished();
+    DWORD SyncMounted(int folder, dev_t device);
 
     ShellJob& m_job;
     EntryCopier m_copier;
@@ -57,6 +59,7 @@ private:
     struct stat m_status {};
     EntryPlace m_to;
     bool m_copied_content = false;
+    bool m_aside = false;  // what is filled has a temporary name
 
     // The way through a tree.
     FolderCursor m_source;

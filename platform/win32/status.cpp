@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 
 #include "errors.h"
 #include "paths.h"
@@ -24,6 +25,7 @@ constexpr const char* kFolderMark = "user.kvtfile.DOSATTRIB";  // some entry has
 constexpr DWORD kKept = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
 constexpr LONGLONG kUnixEpoch = 11644473600;  // 1970-01-01 in seconds since 1601-01-01
 constexpr LONGLONG kTicksPerSecond = 10000000;
+constexpr LONGLONG kLastSecond = std::numeric_limits<LONGLONG>::max() / kTicksPerSecond;  // the calendar's end
 
 DWORD HiddenAndSystem(const std::string& path) {
     char text[32];
@@ -118,10 +120,10 @@ bool IsMarked(int folder) {
 }
 
 FILETIME FileTimeOf(const timespec& time) {
-    const LONGLONG seconds = static_cast<LONGLONG>(time.tv_sec) + kUnixEpoch;
-    if (seconds < 0) {
-        return {};
+    if (time.tv_sec < -kUnixEpoch || time.tv_sec >= kLastSecond - kUnixEpoch) {
+        return FromTicks(~0ULL);
     }
+    const LONGLONG seconds = static_cast<LONGLONG>(time.tv_sec) + kUnixEpoch;
     return FromTicks(static_cast<ULONGLONG>(seconds * kTicksPerSecond + time.tv_nsec / 100));
 }
 

@@ -13,6 +13,7 @@
 #include <optional>
 
 #include "environment.h"
+#include "folder_cursor.h"
 #include "paths.h"
 #include "shell_names.h"
 #include "winapi.h"
@@ -151,10 +152,19 @@ DWORD WriteInfo(const Trash& trash, const std::string& name, const std::string& 
     }
     const DWORD closed = file.Close();
     error = error ? error : closed;
+    if (error == 0) {
+        error = kvtio::SyncOf(trash.info.Get());
+    }
     if (error != 0) {
         kvtio::RemoveEntry(trash.info.Get(), info);
     }
     return error;
+}
+
+// Whether an entry lies in the trash already: its information would lead to nothing once it were moved there again.
+bool HoldsAlready(const Trash& trash, const struct stat& holder) {
+    struct stat files {};
+    return kvtio::StatOf(trash.files.Get(), files) == 0 && FileIdentity(files) == FileIdentity(holder);
 }
 
 DWORD PutInto(const Trash& trash, const EntryPlace& from, const struct stat& status, const std::string& path) {
@@ -183,6 +193,12 @@ DWORD PutInto(const Trash& trash, const EntryPlace& from, const struct stat& sta
     return ERROR_ALREADY_EXISTS;
 }
 
+// The answers where a trash cannot be: the place is somebody else's, or a trap. A full or broken disk is none of them.
+bool IsNoPlace(DWORD error) {
+    return error == ERROR_ACCESS_DENIED || error == ERROR_WRITE_PROTECT || error == ERROR_PATH_NOT_FOUND ||
+           error == ERROR_FILE_NOT_FOUND || error == ERROR_CANT_RESOLVE_FILENAME || error == ERROR_NOT_SUPPORTED;
+}
+
 // The folder of an entry, without links and dots.
 std::optional<std::string> RealFolder(const EntryPlace& from) {
     char real[PATH_MAX];
@@ -199,6 +215,9 @@ std::string Joined(const std::string& folder, const std::string& name) {
 }  // namespace
 
 DWORD MoveToTrash(const EntryPlace& from, const struct stat& status) {
+    if (const DWORD error = CheckMovable(status)) {
+        return error;
+    }
     const std::optional<std::string> folder = RealFolder(from);
     struct stat holder {};
     if (!folder || ::stat(folder->c_str(), &holder) != 0) {
@@ -211,14 +230,20 @@ DWORD MoveToTrash(const EntryPlace& from, const struct stat& status) {
     const std::string path = Joined(*folder, from.name);
     Trash trash;
     if (OpenHomeTrash(device, trash) == 0) {
+        if (HoldsAlready(trash, holder)) {
+            return kShellSameFile;
+        }
         const DWORD error = PutInto(trash, from, status, path);
         if (error != ERROR_NOT_SAME_DEVICE) {
             return error;
         }
     }
     trash = Trash();
-    if (OpenTopTrash(*folder, device, trash) != 0) {
-        return ERROR_NOT_SAME_DEVICE;
+    if (const DWORD error = OpenTopTrash(*folder, device, trash)) {
+        return IsNoPlace(error) ? ERROR_NOT_SAME_DEVICE : error;
+    }
+    if (HoldsAlready(trash, holder)) {
+        return kShellSameFile;
     }
     return PutInto(trash, from, status, path.substr(trash.top == "/" ? 1 : trash.top.size() + 1));
 }

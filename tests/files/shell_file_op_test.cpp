@@ -258,6 +258,41 @@ TEST(ShellFileOp, GoCopiesIntoOneFolder) {
     EXPECT_EQ(folder.Names(), (Names{"a.txt", "b.txt", "c.dat", "d"}));
 }
 
+TEST(ShellFileOp, GoMovesIntoOneFolder) {
+    const TestFolder folder;
+    WriteBytes(folder.Path(_T("a.txt")), "a");
+    MakeFolders(folder.Path(_T("s\\in")));
+    WriteBytes(folder.Path(_T("s\\in\\b.txt")), "b");
+    CFShellFileOp op;
+    op.AddSourceFile(folder.Path(_T("a.txt")));
+    op.AddSourceFile(folder.Path(_T("s")));
+    op.AddDestFile(folder.Path(_T("d")));
+    op.SetOperationFlags(FO_MOVE, nullptr, kQuiet);
+    const GoResult result = Go(op);
+    EXPECT_EQ(result.returned, 1);
+    EXPECT_EQ(result.code, 0);
+    EXPECT_EQ(result.aborted, 0);
+    EXPECT_EQ(op.AnyOperationsAborted(), FALSE);
+    EXPECT_EQ(ReadBytes(folder.Path(_T("d\\a.txt"))), "a");
+    EXPECT_EQ(ReadBytes(folder.Path(_T("d\\s\\in\\b.txt"))), "b");
+    EXPECT_EQ(folder.Names(), (Names{"d"}));
+}
+
+TEST(ShellFileOp, RenamingNeedsTheFolderOfTheNewNameRemoved) {
+    const TestFolder folder;
+    WriteBytes(folder.Path(_T("a.txt")), "a");
+    CFShellFileOp op;
+    op.AddSourceFile(folder.Path(_T("a.txt")));
+    op.AddDestFile(folder.Path(_T("b.txt")));
+    op.SetOperationFlags(FO_RENAME, nullptr, kQuiet);
+    EXPECT_EQ(Go(op).returned, 0);
+    EXPECT_EQ(ReadBytes(folder.Path(_T("a.txt"))), "a");
+    ASSERT_TRUE(::RemoveDirectoryW(folder.Path(_T("b.txt"))));
+    EXPECT_EQ(Go(op).returned, 1);
+    EXPECT_EQ(folder.Names(), (Names{"b.txt"}));
+    EXPECT_EQ(ReadBytes(folder.Path(_T("b.txt"))), "a");
+}
+
 TEST(ShellFileOp, GoCanRunAgain) {
     const TestFolder folder;
     WriteBytes(folder.Path(_T("a.txt")), "1");

@@ -92,6 +92,34 @@ TEST(Win32ShellDevices, WhatIsNotMovedStays) {
     EXPECT_EQ(there.Tree(), (Names{"s/", "s/a.txt=old", "s/in/", "s/in/b.txt=b"}));
 }
 
+TEST(Win32ShellDevices, ANameThatWasLeftOutStaysThoughItsFileWasMovedUnderAnother) {
+    const PosixFolder here;
+    const PosixFolder there(kOtherFileSystem);
+    here.Write("s/a.txt", "new");
+    fs::create_hard_link(here / "s/a.txt", here / "s/b.txt");
+    there.Write("s/b.txt", "old");
+    MessageBoxes boxes(IDNO);
+    const ShellResult result = Shell(FO_MOVE, {here.Windows("s")}, {there.Windows("")}, FOF_SILENT | FOF_NOERRORUI);
+    EXPECT_EQ(result.code, 0x75);
+    EXPECT_TRUE(result.aborted);
+    EXPECT_EQ(here.Tree(), (Names{"s/", "s/b.txt=new"}));
+    EXPECT_EQ(there.Tree(), (Names{"s/", "s/a.txt=new", "s/b.txt=old"}));
+}
+
+TEST(Win32ShellDevices, AReadOnlyFolderThatKeepsSomethingStaysReadOnly) {
+    const PosixFolder here;
+    const PosixFolder there(kOtherFileSystem);
+    here.Write("s/a.txt", "new");
+    there.Write("s/a.txt", "old");
+    ASSERT_EQ(::chmod((here / "s").c_str(), 0555), 0);
+    MessageBoxes boxes(IDNO);
+    EXPECT_EQ(Shell(FO_MOVE, {here.Windows("s")}, {there.Windows("")}, FOF_SILENT | FOF_NOERRORUI).code, 0x75);
+    struct stat status {};
+    ASSERT_EQ(::stat((here / "s").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0555u);
+    EXPECT_EQ(here.Tree(), (Names{"s/", "s/a.txt=new"}));
+}
+
 TEST(Win32ShellDevices, ACollisionGetsANumberThereToo) {
     const PosixFolder here;
     const PosixFolder there(kOtherFileSystem);
@@ -279,6 +307,16 @@ TEST_F(Win32ShellTrash, ASharedTrashIsUsedOnlyWithTheStickyBit) {
     EXPECT_TRUE(Shell(FO_DELETE, {there.Windows("a.txt")}, {}, kToTrash).Done());
     EXPECT_EQ(ReadFile(shared + "/" + std::to_string(::getuid()) + "/files/a.txt"), "2");
     fs::remove_all(shared);
+}
+
+TEST_F(Win32ShellTrash, WhatLiesInTheTrashDoesNotGoThereAgain) {
+    const PosixFolder folder;
+    folder.Write("a.txt", "a");
+    EXPECT_TRUE(Shell(FO_DELETE, {folder.Windows("a.txt")}, {}, kToTrash).Done());
+    EXPECT_EQ(Shell(FO_DELETE, {CString(Wide(HomeTrash() + "/files/a.txt"))}, {}, kToTrash).code, 0x71);
+    EXPECT_EQ(ReadFile(HomeTrash() + "/files/a.txt"), "a");
+    EXPECT_TRUE(fs::exists(HomeTrash() + "/info/a.txt.trashinfo"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(HomeTrash() + "/info"), fs::directory_iterator()), 1);
 }
 
 TEST_F(Win32ShellTrash, TheTrashDoesNotGoIntoItself) {

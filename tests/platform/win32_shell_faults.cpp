@@ -1,6 +1,8 @@
 // Shell operations on disks that fail: every call of the file seam fails once, and the process ends before every call.
 // What was there must be somewhere, whole, each time; and only what is whole may be said to be done.
 
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -19,8 +21,17 @@ using Names = std::vector<std::string>;
 
 int g_callsLeft = 0;
 bool g_failed = false;
+bool g_layered = false;
 
-kvtio::Error FailOne(kvtio::Call, LPCWSTR, size_t&) {
+// The folder "s" cannot be renamed, while what is in it can: so it is in the lower layer of an overlay.
+bool IsInLowerLayer(kvtio::Call call, LPCWSTR path) {
+    return g_layered && call == kvtio::Call::Rename && CString(path) == _T("s");
+}
+
+kvtio::Error FailOne(kvtio::Call call, LPCWSTR path, size_t&) {
+    if (IsInLowerLayer(call, path)) {
+        return ERROR_NOT_SAME_DEVICE;
+    }
     if (g_callsLeft-- != 0) {
         return ERROR_SUCCESS;
     }
@@ -28,7 +39,10 @@ kvtio::Error FailOne(kvtio::Call, LPCWSTR, size_t&) {
     return ERROR_IO_DEVICE;
 }
 
-kvtio::Error EndProcess(kvtio::Call, LPCWSTR, size_t&) {
+kvtio::Error EndProcess(kvtio::Call call, LPCWSTR path, size_t&) {
+    if (IsInLowerLayer(call, path)) {
+        return ERROR_NOT_SAME_DEVICE;
+    }
     if (g_callsLeft-- == 0) {
         ::_exit(99);
     }
@@ -53,6 +67,7 @@ struct Scene {
     int flags;
     bool across;  // between file systems
     bool merge;   // the target is there already
+    bool layered = false;
 };
 
 constexpr Scene kScenes[] = {
@@ -64,6 +79,8 @@ constexpr Scene kScenes[] = {
     {"move across", FO_MOVE, 0, true, false},
     {"move across, merging", FO_MOVE, 0, true, true},
     {"move across beside", FO_MOVE, FOF_RENAMEONCOLLISION, true, true},
+    {"move of a lower layer", FO_MOVE, 0, false, false, true},
+    {"move of a lower layer, beside", FO_MOVE, FOF_RENAMEONCOLLISION, false, true, true},
 };
 
 constexpr const char* kInMemory = "/dev/shm";
@@ -71,6 +88,7 @@ constexpr const char* kInMemory = "/dev/shm";
 class Stage {
 public:
     explicit Stage(const Scene& scene) : m_scene(scene), m_here(scene.across ? "" : kInMemory), m_there(kInMemory) {
+        g_layered = scene.layered;
         m_here.Write("s/a.txt", "content a");
         m_here.Write("s/in/b.txt", "content b");
         m_here.Write("c.txt", "content c");
@@ -85,6 +103,10 @@ public:
         return Shell(m_scene.operation, {m_here.Windows("s"), m_here.Windows("c.txt")}, {m_there.Windows("")},
                      static_cast<FILEOP_FLAGS>(kShellQuiet | m_scene.flags));
     }
+
+    ~Stage() { g_layered = false; }
+    Stage(const Stage&) = delete;
+    Stage& operator=(const Stage&) = delete;
 
     /// Each content of the source is in one of its two places, whole; what was in the target is old or new.
     void ExpectNothingLost(bool done) const {
@@ -226,6 +248,134 @@ TEST(Win32ShellFaults, ShortWritesAreContinued) {
         EXPECT_TRUE(Shell(FO_COPY, {folder.Windows("a.txt")}, {folder.Windows("b.txt")}).Done());
     }
     EXPECT_EQ(folder.Read("b.txt"), content);
+}
+
+TEST(Win32ShellFaults, ANewFolderInAMergeThatFailsCanBeEntered) {
+    const PosixFolder here;
+    const PosixFolder there(kInMemory);
+    here.Write("s/in/a.txt", "a");
+    here.Write("s/in/b.txt", "b");
+    ASSERT_EQ(::chmod((here / "s/in").c_str(), 0755), 0);
+    there.MakeFolder("s");
+    ShellResult result;
+    {
+        const Hook hook([](kvtio::Call call, LPCWSTR path, size_t&) -> kvtio::Error {
+            return call == kvtio::Call::Open && CString(path) == _T("b.txt") ? ERROR_IO_DEVICE : ERROR_SUCCESS;
+        });
+        result = Shell(FO_COPY, {here.Windows("s")}, {there.Windows("")});
+    }
+    EXPECT_EQ(result.code, static_cast<int>(ERROR_IO_DEVICE));
+    EXPECT_EQ(there.Tree(), (Names{"s/", "s/in/", "s/in/a.txt=a"}));
+    struct stat status {};
+    ASSERT_EQ(::stat((there / "s/in").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0755u);
+}
+
+TEST(Win32ShellFaults, AReadOnlyFolderThatIsNotDeletedStaysReadOnly) {
+    const PosixFolder folder;
+    folder.Write("d/in/a.txt", "a");
+    ASSERT_EQ(::chmod((folder / "d/in").c_str(), 0555), 0);
+    {
+        Faults faults;
+        faults.FailAll(kvtio::Call::Remove, ERROR_IO_DEVICE);
+        EXPECT_EQ(Shell(FO_DELETE, {folder.Windows("d")}, {}).code, static_cast<int>(ERROR_IO_DEVICE));
+    }
+    struct stat status {};
+    ASSERT_EQ(::stat((folder / "d/in").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0555u);
+}
+
+TEST(Win32ShellFaults, TimesThatCannotBeSetDoNotEndACopy) {
+    const PosixFolder folder;
+    folder.Write("a.txt", "a");
+    int calls = 0;
+    for (int refused = 1; refused < 40; ++refused) {
+        Faults faults;
+        faults.FailNth(kvtio::Call::Attributes, refused, ERROR_ACCESS_DENIED);
+        calls += Shell(FO_COPY, {folder.Windows("a.txt")}, {folder.Windows("b.txt")}).Done() ? 1 : 0;
+        if (faults.Count(kvtio::Call::Attributes) < refused) {
+            EXPECT_EQ(calls, 3);  // without rights, without times, and the one where nothing was refused
+            break;
+        }
+    }
+}
+
+TEST(Win32ShellFaults, AFolderWhoseEntriesCannotBeLookedAtIsAnError) {
+    const PosixFolder folder;
+    folder.Write("s/a.txt", "a");
+    const struct {
+        kvtio::Call call;
+        kvtio::Error error;
+        int code;
+    } rows[] = {{kvtio::Call::Attributes, ERROR_ACCESS_DENIED, 5},
+                {kvtio::Call::Read, ERROR_IO_DEVICE, static_cast<int>(ERROR_IO_DEVICE)},
+                {kvtio::Call::Open, ERROR_ACCESS_DENIED, 5}};
+    for (const auto& row : rows) {
+        Faults faults;
+        faults.FailNth(row.call, 1, row.error);
+        const ShellResult result = Shell(FO_DELETE, {folder.Windows("s/*")}, {});
+        EXPECT_EQ(result.code, row.code);
+        EXPECT_FALSE(result.aborted);
+    }
+    EXPECT_EQ(folder.Tree(), (Names{"s/", "s/a.txt=a"}));
+}
+
+TEST(Win32ShellFaults, AFullDiskIsNoMissingTrash) {
+    const PosixFolder there(kInMemory);
+    there.Write("a.txt", "a");
+    const auto delete_it = [&there] {
+        return Shell(FO_DELETE, {there.Windows("a.txt")}, {}, static_cast<FILEOP_FLAGS>(kShellQuiet | FOF_ALLOWUNDO))
+            .code;
+    };
+    static kvtio::Error answer;
+    // The trash at the top of the file system is to be made.
+    const Hook hook([](kvtio::Call call, LPCWSTR path, size_t&) -> kvtio::Error {
+        return call == kvtio::Call::Open && CString(path).Find(_T(".Trash")) == 0 ? answer : ERROR_SUCCESS;
+    });
+    answer = ERROR_DISK_FULL;
+    EXPECT_EQ(delete_it(), static_cast<int>(ERROR_DISK_FULL));
+    answer = ERROR_ACCESS_DENIED;
+    EXPECT_EQ(delete_it(), static_cast<int>(ERROR_NOT_SAME_DEVICE));
+    EXPECT_EQ(there.Tree(), (Names{"a.txt=a"}));
+}
+
+int g_syncs = 0;
+int g_syncsBeforeRemoval = -1;
+
+kvtio::Error CountSyncs(kvtio::Call call, LPCWSTR, size_t&) {
+    g_syncs += call == kvtio::Call::Sync ? 1 : 0;
+    if (call == kvtio::Call::Remove && g_syncsBeforeRemoval < 0) {
+        g_syncsBeforeRemoval = g_syncs;
+    }
+    return ERROR_SUCCESS;
+}
+
+TEST(Win32ShellFaults, WhatComesIntoAMountedFolderIsDurableBeforeTheSourceGoes) {
+    const PosixFolder here;
+    const PosixFolder there(kInMemory);
+    here.Write("s/m/a.txt", "a");
+    there.MakeFolder("s/m");
+    constexpr int kNoMounts = 77;
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        // A file system of this process alone.
+        if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            ::mount("none", (there / "s/m").c_str(), "tmpfs", 0, nullptr) != 0) {
+            ::_exit(kNoMounts);
+        }
+        kvtio::SetFaultHook(CountSyncs);
+        const bool done = Shell(FO_MOVE, {here.Windows("s")}, {there.Windows("")}).Done();
+        ::_exit(done && there.Tree() == Names{"s/", "s/m/", "s/m/a.txt=a"} ? g_syncsBeforeRemoval : kNoMounts + 1);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status));
+    if (WEXITSTATUS(status) == kNoMounts) {
+        GTEST_SKIP() << "no right to mount";
+    }
+    EXPECT_EQ(WEXITSTATUS(status), 2);  // both file systems
+    EXPECT_EQ(here.Tree(), Names{});
 }
 
 std::string g_touched;

@@ -252,6 +252,121 @@ TEST(Win32ShellPosix, SourceAndTargetThatAreOneAreRefused) {
     EXPECT_EQ(folder.Read("d/a.txt"), "a");
 }
 
+TEST(Win32ShellPosix, ALinkIsNotBroughtOverWhatItLeadsTo) {
+    const PosixFolder folder;
+    folder.Write("a.txt", "a");
+    folder.Write("d/s/b.txt", "b");
+    folder.MakeFolder("s");
+    fs::create_symlink("a.txt", folder / "link");
+    fs::create_symlink("../d/s/b.txt", folder / "s/b.txt");
+    const Names before = folder.Tree();
+    for (const UINT operation : {FO_COPY, FO_MOVE}) {
+        ShellResult result = Shell(operation, {folder.Windows("link")}, {folder.Windows("a.txt")});
+        EXPECT_EQ(result.code, 0x71);
+        EXPECT_FALSE(result.aborted);
+        result = Shell(operation, {folder.Windows("s")}, {folder.Windows("d")});
+        EXPECT_EQ(result.code, 0x71);
+        EXPECT_TRUE(result.aborted);
+        EXPECT_EQ(folder.Tree(), before);
+    }
+}
+
+TEST(Win32ShellPosix, SourcesOfOneRunDoNotUndoEachOther) {
+    const PosixFolder folder;
+    folder.Write("1/a.txt", "1a");
+    folder.Write("1/b.txt", "1b");
+    folder.Write("2/a.txt", "2a");
+    fs::create_directory_symlink("1", folder / "link");
+    const Names before = folder.Tree();
+    const CString a = folder.Windows("1/a.txt");
+    const CString b = folder.Windows("1/b.txt");
+    const FILEOP_FLAGS several = kShellQuiet | FOF_MULTIDESTFILES;
+    const struct {
+        int code;
+        UINT operation;
+        std::vector<CString> from, to;
+        FILEOP_FLAGS flags;
+    } rows[] = {
+        {0x72, FO_MOVE, {a, folder.Windows("2/a.txt")}, {folder.Windows("new")}, kShellQuiet},
+        {0x72, FO_MOVE, {a, a}, {folder.Windows("2")}, kShellQuiet},
+        {0x72, FO_MOVE, {a, b}, {folder.Windows("link/x"), folder.Windows("1/x")}, several},
+        {0x71, FO_MOVE, {a, b}, {b, a}, several},
+        {0x71, FO_MOVE, {folder.Windows("2/a.txt"), b}, {folder.Windows("link/b.txt"), folder.Windows("x")}, several},
+        {0x71, FO_COPY, {a, b}, {b, folder.Windows("x")}, several},
+    };
+    for (const auto& row : rows) {
+        const ShellResult result = Shell(row.operation, row.from, row.to, row.flags);
+        EXPECT_EQ(result.code, row.code);
+        EXPECT_FALSE(result.aborted);
+        EXPECT_EQ(folder.Tree(), before);
+    }
+}
+
+TEST(Win32ShellPosix, AnOpenFileIsNeitherRenamedNorPutIntoTheTrash) {
+    const PosixFolder folder;
+    folder.Write("a.txt", "a");
+    const HANDLE file = ::CreateFileW(folder.Windows("a.txt"), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr);
+    ASSERT_NE(file, INVALID_HANDLE_VALUE);
+    const FILEOP_FLAGS beside = kShellQuiet | FOF_RENAMEONCOLLISION;
+    const CString other = folder.Windows("b.txt");
+    EXPECT_EQ(Shell(FO_RENAME, {folder.Windows("a.txt")}, {other}).code, 32);
+    EXPECT_EQ(Shell(FO_RENAME, {folder.Windows("a.txt")}, {other}, beside).code, 32);
+    EXPECT_EQ(Shell(FO_RENAME, {folder.Windows("a.txt")}, {folder.Windows("A.txt")}).code, 32);
+    EXPECT_EQ(Shell(FO_DELETE, {folder.Windows("a.txt")}, {}, kShellQuiet | FOF_ALLOWUNDO).code, 32);
+    EXPECT_EQ(folder.Tree(), (Names{"a.txt=a"}));
+    ::CloseHandle(file);
+}
+
+TEST(Win32ShellPosix, HiddenFilesStayHiddenInListings) {
+    for (const UINT operation : {FO_COPY, FO_MOVE}) {
+        const PosixFolder folder;
+        folder.Write("a.txt", "a");
+        folder.Write("s/b.txt", "b");
+        folder.MakeFolder("d/s");
+        if (!::SetFileAttributesW(folder.Windows("a.txt"), FILE_ATTRIBUTE_HIDDEN)) {
+            GTEST_SKIP() << "no extended attributes";
+        }
+        ASSERT_TRUE(::SetFileAttributesW(folder.Windows("s/b.txt"), FILE_ATTRIBUTE_SYSTEM));
+        EXPECT_TRUE(Shell(operation, {folder.Windows("a.txt"), folder.Windows("s")}, {folder.Windows("d")}).Done());
+        const struct {
+            const char* pattern;
+            DWORD attribute;
+        } rows[] = {{"d/a*", FILE_ATTRIBUTE_HIDDEN}, {"d/s/b*", FILE_ATTRIBUTE_SYSTEM}};
+        for (const auto& row : rows) {
+            WIN32_FIND_DATAW data{};
+            const HANDLE find = ::FindFirstFileW(folder.Windows(row.pattern), &data);
+            ASSERT_NE(find, INVALID_HANDLE_VALUE);
+            ::FindClose(find);
+            EXPECT_NE(data.dwFileAttributes & row.attribute, 0u) << row.pattern;
+        }
+    }
+}
+
+TEST(Win32ShellPosix, CopiedFoldersKeepTheGroupOfTheFolderAbove) {
+    const PosixFolder folder;
+    folder.Write("s/in/a.txt", "a");
+    folder.MakeFolder("d");
+    ASSERT_EQ(::chmod((folder / "d").c_str(), 02755), 0);
+    EXPECT_TRUE(Shell(FO_COPY, {folder.Windows("s")}, {folder.Windows("d")}).Done());
+    for (const char* name : {"d/s", "d/s/in"}) {
+        struct stat status {};
+        ASSERT_EQ(::stat((folder / name).c_str(), &status), 0);
+        EXPECT_NE(status.st_mode & S_ISGID, 0u) << name;
+    }
+}
+
+TEST(Win32ShellPosix, AFileIsNoFolder) {
+    const PosixFolder folder;
+    folder.Write("a.txt", "a");
+    folder.MakeFolder("d");
+    for (const UINT operation : {FO_COPY, FO_MOVE, FO_DELETE}) {
+        EXPECT_EQ(Shell(operation, {folder.Windows("a.txt/")}, {folder.Windows("b")}).code, 0x7C);
+    }
+    EXPECT_EQ(folder.Tree(), (Names{"a.txt=a", "d/"}));
+    EXPECT_TRUE(Shell(FO_DELETE, {folder.Windows("d/")}, {}).Done());
+}
+
 TEST(Win32ShellPosix, NothingIsBegunWhenAnyPathIsWrong) {
     const PosixFolder folder;
     folder.Write("a.txt", "a");

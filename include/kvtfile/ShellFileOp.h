@@ -39,6 +39,9 @@ public:
 
     /// Adds a destination and makes it, and the folders above it, as a folder where it is missing; that this failed
     /// shows in the operation. One destination is for all sources, several are one for each.
+    ///
+    /// Since the destination is a folder then, a copy or move for `d\b.txt` comes to stand at `d\b.txt\a.txt`, and
+    /// FO_RENAME finds the new name taken: remove the folder again before `Go` to give a new name.
     /// @return 1.
     int AddDestFile(LPCWSTR pszPath);
 
@@ -59,7 +62,8 @@ public:
     /// The text of the progress dialog. Null is an empty text.
     void SetProgressDlgTitle(LPCWSTR pszTitle);
 
-    /// Whether the last run left something undone, because of an answer or a failure.
+    /// Whether the last run, after it had begun, left something undone, because of an answer or a failure. A run that is
+    /// refused at its beginning has only a result: look at both.
     BOOL AnyOperationsAborted() const { return m_rFOS.fAnyOperationsAborted; }
 
     /// Runs the operation. It waits for its end; the lists stay, so that it can be run again.
@@ -70,7 +74,7 @@ public:
     /// @param pbStarted   Receives 1 when the shell was called, else 0. Each of the three pointers may be null.
     /// @param pnApiResult Receives the shell's result, of which only zero or not zero is certain. Unchanged when
     /// refused.
-    /// @param pbAborted   Receives whether something was left undone. Unchanged when refused.
+    /// @param pbAborted   Receives whether something was left undone after the run had begun. Unchanged when refused.
     /// @return 1 when the shell's result was 0.
     int Go(int* pbStarted, int* pnApiResult, int* pbAborted);
 

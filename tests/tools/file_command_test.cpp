@@ -62,6 +62,26 @@ TEST_F(FileCommand, TwoSourcesOfOneNameAreRefused) {
     EXPECT_FALSE(Exists(File(_T("d"))));
 }
 
+TEST_F(FileCommand, ATargetThatIsAnotherSourceIsRefused) {
+    Write(_T("a.txt"), "a");
+    Write(_T("b.txt"), "b");
+    for (const char* verb : {"copy", "move"}) {
+        Expect({"file", verb, "a.txt", "b.txt", "--to", "B.txt", "c.txt", "--yes"}, 1, "",
+               "kvtfile: B.txt: is a source too\n"
+               "  Nothing was done. Give it another name first, or run the two one after the other.\n");
+    }
+    EXPECT_EQ(Read(_T("a.txt")), "a");
+    EXPECT_EQ(Read(_T("b.txt")), "b");
+    EXPECT_EQ(Folder().Names(), (Names{"a.txt", "b.txt"}));
+}
+
+TEST_F(FileCommand, ANameIsRespelledWithoutBeingAskedAbout) {
+    Write(_T("a.txt"), "a");
+    Expect({"file", "move", "a.txt", "A.txt"}, 0, "a.txt: moved to A.txt\n");
+    Expect({"file", "rename", "A.txt", "a.TXT"}, 0, "A.txt: renamed to a.TXT\n");
+    EXPECT_EQ(Folder().Names(), (Names{"a.TXT"}));
+}
+
 TEST_F(FileCommand, WhatIsMissingIsRefused) {
     Write(_T("a.txt"), "a");
     const std::string missing = "kvtfile: no.txt: " + Utf8(SystemText(ERROR_FILE_NOT_FOUND)) +
@@ -121,7 +141,7 @@ TEST_F(FileCommand, RenameKeepsTheFolder) {
     EXPECT_EQ(Read(_T("e\\taken.txt")), "t");
 }
 
-TEST_F(FileCommand, JsonTellsWhatBecameOfEach) {
+TEST_F(FileCommand, JsonTellsWhatWasAskedForAndWhetherAllOfItWasDone) {
     Write(_T("a.txt"), "a");
     ExpectJson({"file", "copy", "a.txt", "b.txt", "--json"},
                R"({"done":true,"aborted":false,"code":0,"error":null,

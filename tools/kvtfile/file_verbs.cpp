@@ -3,9 +3,13 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <map>
+#include <optional>
+#include <set>
 #include <utility>
 #include <vector>
 
+#include "platform/shell/entries.h"
 #include "tools/kvtfile/report.h"
 #include "tools/kvtfile/text_file.h"
 #include "tools/kvtfile/verbs.h"
@@ -85,7 +89,7 @@ bool HasWildcard(const CString& path) {
 }
 
 bool IsThere(const CString& path) {
-    return ::GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES;
+    return kvtshell::FindEntry(path) == ERROR_SUCCESS;
 }
 
 bool IsFolder(const CString& path) {
@@ -93,23 +97,84 @@ bool IsFolder(const CString& path) {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-/// The names in a folder that match, without "." and "..".
-std::vector<CString> NamesMatching(const CString& pattern, bool filesOnly) {
+CString FolderOf(const CString& path) {
+    return path.Left(NameAt(path));
+}
+
+/// The names in a folder that match; a failure when they cannot be looked at.
+std::vector<CString> NamesMatching(const CString& folder, LPCWSTR pattern, bool filesOnly, const std::string& given) {
+    std::vector<kvtshell::EntryName> found;
+    if (const DWORD error = kvtshell::MatchingEntries(folder, pattern, filesOnly, found)) {
+        throw Failure(exitRefused, given + ": " + SystemText(error), "Nothing was done. Look at the folder's rights.");
+    }
     std::vector<CString> names;
-    WIN32_FIND_DATAW data{};
-    const HANDLE find = ::FindFirstFileW(pattern, &data);
-    if (find == INVALID_HANDLE_VALUE) {
+    for (const kvtshell::EntryName& name : found) {
+        names.push_back(CString(name.c_str()));
+    }
+    return names;
+}
+
+CString Folded(CString text) {
+    text.MakeUpper();
+    return text;
+}
+
+/// What stands in folders, each of which is read once.
+class Folders {
+public:
+    /// Whether a folder holds an entry of this name, in whatever case.
+    bool Hold(const CString& path) {
+        const CString folder = FolderOf(path);
+        auto known = m_names.find(folder);
+        if (known == m_names.end()) {
+            known = m_names.emplace(folder, Read(folder)).first;
+        }
+        // What may not be listed may still be looked up.
+        return known->second ? known->second->count(Folded(NameOf(path))) != 0 : IsThere(path);
+    }
+
+private:
+    using Names = std::set<CString>;
+
+    static std::optional<Names> Read(const CString& folder) {
+        std::vector<kvtshell::EntryName> found;
+        const DWORD error = kvtshell::MatchingEntries(folder, _T("*"), false, found);
+        if (error != ERROR_SUCCESS && error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND) {
+            return std::nullopt;
+        }
+        Names names;
+        for (const kvtshell::EntryName& name : found) {
+            names.insert(Folded(CString(name.c_str())));
+        }
         return names;
     }
-    do {
-        const CString name = data.cFileName;
-        const bool folder = (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-        if (name != _T(".") && name != _T("..") && !(folder && filesOnly)) {
-            names.push_back(name);
+
+    std::map<CString, std::optional<Names>> m_names;
+};
+
+/// A path with its names as the file system spells them.
+CString AsStored(CString path) {
+    int end = path.GetLength();
+    for (int at = NameAt(path); at > 2; end = at - 1, at = NameAt(path.Left(end))) {
+        const CString name = path.Mid(at, end - at);
+        std::vector<kvtshell::EntryName> found;
+        if (kvtshell::MatchingEntries(path.Left(at), name, false, found) != ERROR_SUCCESS) {
+            continue;
         }
-    } while (::FindNextFileW(find, &data));
-    ::FindClose(find);
-    return names;
+        const auto stored = std::find_if(found.begin(), found.end(), [&name](const kvtshell::EntryName& candidate) {
+            return name.CompareNoCase(candidate.c_str()) == 0;
+        });
+        const bool exact = std::find(found.begin(), found.end(), name.GetString()) != found.end();
+        if (!exact && stored != found.end()) {
+            path = path.Left(at) + stored->c_str() + path.Mid(end);
+        }
+    }
+    return path;
+}
+
+/// Whether a target is the source itself, its name perhaps in other letter case.
+bool IsSameEntry(const CString& source, const CString& target) {
+    return source == target || (source.CompareNoCase(target) == 0 && AsStored(source) == AsStored(target));
 }
 
 // ---- what is to be done
@@ -120,10 +185,10 @@ std::vector<Item> ItemsOf(const FileName& file, bool filesOnly) {
     if (IsThere(full) || !HasWildcard(NameOf(full))) {
         return {{file.given, full, {}, {}, false}};
     }
-    const CString given = Wide(file.given);
+    const CString shown = FolderOf(Wide(file.given));
     std::vector<Item> items;
-    for (const CString& name : NamesMatching(full, filesOnly)) {
-        items.push_back({Utf8(given.Left(NameAt(given)) + name), full.Left(NameAt(full)) + name, {}, {}, false});
+    for (const CString& name : NamesMatching(FolderOf(full), NameOf(full), filesOnly, file.given)) {
+        items.push_back({Utf8(shown + name), FolderOf(full) + name, {}, {}, false});
     }
     return items;
 }
@@ -133,8 +198,8 @@ void RequireThere(const std::vector<Item>& items, const std::string& given) {
         throw Failure(exitRefused, given + ": nothing matches", "Nothing was done. Look at the names in the folder.");
     }
     for (const Item& item : items) {
-        if (!IsThere(item.full)) {
-            throw Failure(exitRefused, item.source + ": " + SystemText(::GetLastError()),
+        if (const DWORD error = kvtshell::FindEntry(item.full)) {
+            throw Failure(exitRefused, item.source + ": " + SystemText(error),
                           "Nothing was done. Look at the path and at its rights.");
         }
     }
@@ -155,23 +220,32 @@ void AddSource(Request& request, const FileName& source, const FileName& target,
     request.sources.push_back(WithoutSeparatorAtEnd(source.full));
 }
 
-/// Refuses what would replace something, unless it is asked for.
+/// Refuses what would replace something, unless it is asked for, and items that would undo one another.
 void CheckTargets(Request& request, const Options& options) {
-    std::vector<CString> seen;
+    Folders folders;
+    std::map<CString, const Item*> sources;
+    for (const Item& item : request.items) {
+        sources.emplace(Folded(item.full), &item);
+    }
+    std::set<CString> targets;
     for (Item& item : request.items) {
-        CString folded = item.fullTarget;
-        folded.MakeUpper();
-        const bool twice = std::find(seen.begin(), seen.end(), folded) != seen.end();
-        seen.push_back(folded);
+        const CString folded = Folded(item.fullTarget);
+        const bool twice = !targets.insert(folded).second;
+        const bool taken = folders.Hold(item.fullTarget);
         if (options.renameOnCollision) {
-            item.renamed = twice || IsThere(item.fullTarget);
+            item.renamed = twice || taken;
             continue;
         }
         if (twice) {
             throw Failure(exitRefused, item.target + ": two sources would have this name",
                           "Nothing was done. Use --rename-on-collision, or another folder for one of them.");
         }
-        if (!options.yes && IsThere(item.fullTarget) && item.full.CompareNoCase(item.fullTarget) != 0) {
+        const auto source = sources.find(folded);
+        if (source != sources.end() && source->second != &item) {
+            throw Failure(exitRefused, item.target + ": is a source too",
+                          "Nothing was done. Give it another name first, or run the two one after the other.");
+        }
+        if (!options.yes && taken && !IsSameEntry(item.full, item.fullTarget)) {
             throw Failure(exitRefused, item.target + ": exists already",
                           "Nothing was done. Use --yes to replace files and merge folders, or --rename-on-collision.");
         }
@@ -256,6 +330,10 @@ void Run(Request& request, const Options& options) {
     if (code == 0 && !aborted) {
         return;
     }
+    if (code == static_cast<int>(ERROR_NOT_SAME_DEVICE) && options.trash) {
+        throw Failure(exitRefused, "there is no trash for what is on this file system",
+                      "What is not in the trash is where it was. Delete it for good without --trash.");
+    }
     const std::string where = request.items.size() == 1 ? request.items[0].source + ": " : "";
     if (IsRefusal(code) && !aborted) {
         throw Failure(exitRefused, where + ShellError(code), "Nothing was done.");
@@ -318,7 +396,7 @@ void Delete(const Options& options) {
         RequireThere(items, file.given);
         for (Item& item : items) {
             if (!options.yes && !options.trash && IsFolder(item.full) &&
-                !NamesMatching(Join(item.full, _T("*")), false).empty()) {
+                !NamesMatching(item.full, _T("*"), false, item.source).empty()) {
                 throw Failure(exitRefused, item.source + ": the folder is not empty",
                               "Nothing was done. Use --yes to delete it with all that is in it, or --trash.");
             }
@@ -345,7 +423,7 @@ void Rename(const Options& options) {
     request.items = {{file.given, full, options.name, full.Left(NameAt(full)) + name, false}};
     RequireThere(request.items, file.given);
     Item& item = request.items.front();
-    const bool taken = IsThere(item.fullTarget) && item.full.CompareNoCase(item.fullTarget) != 0;
+    const bool taken = IsThere(item.fullTarget) && !IsSameEntry(item.full, item.fullTarget);
     if (taken && !options.renameOnCollision) {
         throw Failure(exitRefused, options.name + ": exists already",
                       "Nothing was done. Use another name, or --rename-on-collision.");
@@ -391,7 +469,7 @@ void AddFileVerbs(CLI::App& command) {
         command.add_subcommand("file", "Copy, move, delete and rename files and folders; shell links and icons");
     file->require_subcommand(1);
     file->footer(
-        "Everything is checked before the first change; what cannot be done then is where it was. A destination that "
+        "All paths are checked before the first change; what cannot be done then is where it was. A destination that "
         "is\n"
         "a folder, or ends in a separator, or is for several sources, takes them in; any other is the new name.");
     {

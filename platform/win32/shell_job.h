@@ -29,7 +29,8 @@ public:
     ShellJob(UINT operation, FILEOP_FLAGS flags) : m_operation(operation), m_flags(flags) {}
 
     bool Has(FILEOP_FLAGS flag) const { return (m_flags & flag) != 0; }
-    bool IsMove() const { return m_operation == FO_MOVE; }
+    /// The sources go away, as they do in a rename.
+    bool IsMove() const { return m_operation == FO_MOVE || m_operation == FO_RENAME; }
     bool IsCopy() const { return m_operation == FO_COPY; }
     bool IsRename() const { return m_operation == FO_RENAME; }
 

@@ -43,20 +43,6 @@ bool MakeTargetFolders(const ShellPlan& plan, ShellJob& job) {
     return true;
 }
 
-// Gives an entry its new name; what has that name already stays.
-DWORD Rename(const ShellItem& item) {
-    kvtio::Descriptor from_folder;
-    kvtio::Descriptor to_folder;
-    EntryPlace from;
-    EntryPlace to;
-    DWORD error = CheckMovable(item.source.status);
-    if (error == 0 && (error = OpenPlace(item.source.folder, item.source.name, from_folder, from)) == 0 &&
-        (error = OpenPlace(item.target_folder, item.target_name, to_folder, to)) == 0) {
-        error = RenamePlace(from, item.source.status, to, false);
-    }
-    return error;
-}
-
 void Bring(const ShellPlan& plan, ShellJob& job) {
     if (!MakeTargetFolders(plan, job)) {
         return;
@@ -65,17 +51,13 @@ void Bring(const ShellPlan& plan, ShellJob& job) {
         if (job.HasFailed() || job.IsCancelled()) {
             return;
         }
-        if (item.respelled || (job.IsRename() && !job.Has(FOF_RENAMEONCOLLISION))) {
-            job.Note(Rename(item), item.source.Path());
-            continue;
-        }
         kvtio::Descriptor from_folder;
         kvtio::Descriptor to_folder;
         EntryPlace from;
         EntryPlace to;
         DWORD error = OpenPlace(item.source.folder, item.source.name, from_folder, from);
         if (error == 0 && (error = OpenPlace(item.target_folder, item.target_name, to_folder, to)) == 0) {
-            Transfer(job).Run(from, item.source.status, to, plan.items.size() > 1);
+            Transfer(job).Run(from, item, to, plan.items.size() > 1);
         }
         job.Note(error, item.source.Path());
     }

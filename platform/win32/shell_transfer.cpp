@@ -40,12 +40,14 @@ bool IsSpecial(const struct stat& status) {
 
 }  // namespace
 
-void Transfer::Run(const EntryPlace& from, const struct stat& status, const EntryPlace& to, bool several) {
+void Transfer::Run(const EntryPlace& from, const ShellItem& item, const EntryPlace& to, bool several) {
     m_from = from;
-    m_status = status;
+    m_status = item.source.status;
     m_to = to;
-    m_several = several || S_ISDIR(status.st_mode);
-    const DWORD error = m_job.Has(FOF_RENAMEONCOLLISION) ? RunBesideTaken() : RunAsNamed();
+    m_several = several || S_ISDIR(m_status.st_mode);
+    m_numbers = m_job.Has(FOF_RENAMEONCOLLISION) && !item.respelled;
+    const bool keeps_taken = m_numbers || item.respelled || m_job.IsRename();
+    const DWORD error = keeps_taken ? RunKeepingTaken() : RunAsNamed();
     if (error != 0 && error != ERROR_CANCELLED) {
         m_job.Note(error, m_from.path + m_below);
     }
@@ -81,15 +83,15 @@ DWORD Transfer::RunAsNamed() {
     return FinishMove();
 }
 
-// The first name that is free, decided by the file system in the moment of taking it.
+// Takes the name if it is free, else the first with a number that is, decided by the file system in that moment.
 DWORD Transfer::PlaceAside(const std::string& temporary) {
     const CollisionStyle style = m_job.IsCopy() ? CollisionStyle::Copy : CollisionStyle::Other;
     const bool folder = S_ISDIR(m_status.st_mode);
     const EntryPlace what = temporary.empty() ? m_from : EntryPlace{m_to.folder, temporary, m_to.path};
     EntryPlace to = m_to;
-    constexpr unsigned kMost = 100000;
+    const unsigned most = m_numbers ? 100000 : 0;
     DWORD error = RenamePlace(what, m_status, to, false);
-    for (unsigned n = 1; error == ERROR_ALREADY_EXISTS && n < kMost; ++n) {
+    for (unsigned n = 1; error == ERROR_ALREADY_EXISTS && n < most; ++n) {
         to.name = CollisionName(m_to.name, folder, style, n);
         error = RenamePlace(what, m_status, to, false);
     }
@@ -99,13 +101,15 @@ DWORD Transfer::PlaceAside(const std::string& temporary) {
     return error;
 }
 
-DWORD Transfer::RunBesideTaken() {
+// What has the name already stays.
+DWORD Transfer::RunKeepingTaken() {
     if (!m_job.IsCopy()) {
         if (const DWORD error = CheckMovable(m_status)) {
             return error;
         }
+        // A rename too can end so: a folder of an overlay's lower layer has to be copied.
         const DWORD error = PlaceAside(std::string());
-        if (error != ERROR_NOT_SAME_DEVICE || !m_job.IsMove()) {
+        if (error != ERROR_NOT_SAME_DEVICE) {
             return error;
         }
     }

@@ -10,6 +10,7 @@
 #include "shell_copy.h"
 #include "shell_delete.h"
 #include "shell_job.h"
+#include "shell_plan.h"
 
 namespace kvtwin {
 
@@ -20,7 +21,7 @@ public:
     explicit Transfer(ShellJob& job) : m_job(job), m_copier(job) {}
 
     /// @param several The source is one of several.
-    void Run(const EntryPlace& from, const struct stat& status, const EntryPlace& to, bool several);
+    void Run(const EntryPlace& from, const ShellItem& item, const EntryPlace& to, bool several);
 
 private:
     struct Frame {
@@ -32,7 +33,7 @@ private:
     };
 
     DWORD RunAsNamed();
-    DWORD RunBesideTaken();
+    DWORD RunKeepingTaken();
     DWORD CopyAside(std::string& temporary);
     DWORD PlaceAside(const std::string& temporary);
     void DropAside(const std::string& temporary);
@@ -53,6 +54,7 @@ private:
     EntryCopier m_copier;
     CopiedEntries m_copied;
     bool m_several = false;
+    bool m_numbers = false;  // a name that is taken gets a number
 
     // The run.
     EntryPlace m_from;

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "kvtfile/ShellFileOp.h"
 #include "tests/platform/shell_support.h"
 #include "tests/platform/shell_tree.h"
 #include "tests/support/message_boxes.h"
@@ -517,6 +518,44 @@ TEST(Win32ShellPosix, WhatIsMovedOrRenamedToATakenNameGetsANumber) {
     EXPECT_TRUE(Shell(FO_RENAME, {folder.Windows("b.txt")}, {folder.Windows("in")}, flags).Done());
     EXPECT_EQ(folder.Tree(), (Names{"d/", "d/a (2).txt=1", "d/a (3).txt=2", "d/a.txt=old", "in (2)=3", "in/"}));
     EXPECT_EQ(Shell(FO_MOVE, {folder.Windows("in")}, {folder.Windows("in")}, flags).code, 0x71);
+}
+
+// ---- Through the class
+
+TEST(Win32ShellPosix, AnObjectTellsThatSomethingWasLeftOut) {
+    const PosixFolder folder;
+    folder.Write("a.txt", "new");
+    folder.Write("d/a.txt", "old");
+    kvtfile::CFShellFileOp op;
+    op.AddSourceFile(folder.Windows("a.txt"));
+    op.AddDestFile(folder.Windows("d"));
+    op.SetOperationFlags(FO_MOVE, nullptr, FOF_SILENT);
+    const MessageBoxes boxes(IDNO);
+    int started = -1;
+    int code = -1;
+    int aborted = -1;
+    EXPECT_EQ(op.Go(&started, &code, &aborted), 0);
+    EXPECT_EQ(started, 1);
+    EXPECT_EQ(code, 0x75);
+    EXPECT_EQ(aborted, 1);
+    EXPECT_EQ(op.AnyOperationsAborted(), TRUE);
+    EXPECT_EQ(folder.Tree(), (Names{"a.txt=new", "d/", "d/a.txt=old"}));
+}
+
+TEST(Win32ShellPosix, AnObjectBringsEachSourceToItsDestination) {
+    const PosixFolder folder;
+    folder.Write("a.txt", "a");
+    folder.Write("b.txt", "b");
+    kvtfile::CFShellFileOp op;
+    op.AddSourceFile(folder.Windows("a.txt"));
+    op.AddSourceFile(folder.Windows("b.txt"));
+    op.AddDestFile(folder.Windows("one"));
+    op.AddDestFile(folder.Windows("two"));
+    op.SetOperationFlags(FO_COPY, nullptr, kShellQuiet);
+    int aborted = -1;
+    EXPECT_EQ(op.Go(nullptr, nullptr, &aborted), 1);
+    EXPECT_EQ(aborted, 0);
+    EXPECT_EQ(folder.Tree(), (Names{"a.txt=a", "b.txt=b", "one/", "one/a.txt=a", "two/", "two/b.txt=b"}));
 }
 
 // ---- Questions

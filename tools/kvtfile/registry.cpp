@@ -66,17 +66,18 @@ CString WithBackslash(const CString& folder) {
 }
 
 Failure RegistryFailure(const std::string& what, LONG error) {
+    const std::string why = SystemText(static_cast<DWORD>(error));
     switch (error) {
         case ERROR_FILE_NOT_FOUND:
             return Failure(exitRefused, what + ": there is no such key",
                            "'kvtfile reg query' lists the keys beneath a key.");
         case ERROR_ACCESS_DENIED:
-            return Failure(exitRefused, what + ": " + SystemText(error), "Look at the rights to the registry.");
+            return Failure(exitRefused, what + ": " + why, "Look at the rights to the registry.");
         case ERROR_INVALID_PARAMETER:
-            return Failure(exitFormat, what + ": " + SystemText(error),
+            return Failure(exitFormat, what + ": " + why,
                            "No key can be made right below HKLM or HKU, nor more than 512 levels deep.");
         default:
-            return Failure(exitFormat, what + ": " + SystemText(error),
+            return Failure(exitFormat, what + ": " + why,
                            "Look at the registry: its place, its rights and the room left.");
     }
 }

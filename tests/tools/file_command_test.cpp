@@ -75,13 +75,6 @@ TEST_F(FileCommand, ATargetThatIsAnotherSourceIsRefused) {
     EXPECT_EQ(Folder().Names(), (Names{"a.txt", "b.txt"}));
 }
 
-TEST_F(FileCommand, ANameIsRespelledWithoutBeingAskedAbout) {
-    Write(_T("a.txt"), "a");
-    Expect({"file", "move", "a.txt", "A.txt"}, 0, "a.txt: moved to A.txt\n");
-    Expect({"file", "rename", "A.txt", "a.TXT"}, 0, "A.txt: renamed to a.TXT\n");
-    EXPECT_EQ(Folder().Names(), (Names{"a.TXT"}));
-}
-
 TEST_F(FileCommand, WhatIsMissingIsRefused) {
     Write(_T("a.txt"), "a");
     const std::string missing = "kvtfile: no.txt: " + Utf8(SystemText(ERROR_FILE_NOT_FOUND)) +

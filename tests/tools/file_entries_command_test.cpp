@@ -1,4 +1,4 @@
-// kvtfile file on what Windows does not have: names that differ in case alone, and links made by their text.
+// kvtfile file on what Windows or Wine do not have: names that differ in case alone, and links made by their text.
 
 #include <filesystem>
 
@@ -37,6 +37,14 @@ TEST_F(FileEntriesCommand, AnotherFileThatDiffersInCaseIsNotReplacedUnasked) {
     Expect({"file", "rename", Path(folder, "a.txt"), "A.txt"}, 1, "",
            "kvtfile: A.txt: exists already\n  Nothing was done. Use another name, or --rename-on-collision.\n");
     EXPECT_EQ(folder.Tree(), before);
+}
+
+// Wine's shell leaves the name as it was, or refuses.
+TEST_F(FileEntriesCommand, ANameIsRespelledWithoutBeingAskedAbout) {
+    Write(_T("a.txt"), "a");
+    Expect({"file", "move", "a.txt", "A.txt"}, 0, "a.txt: moved to A.txt\n");
+    Expect({"file", "rename", "A.txt", "a.TXT"}, 0, "A.txt: renamed to a.TXT\n");
+    EXPECT_EQ(Folder().Names(), (Names{"a.TXT"}));
 }
 
 TEST_F(FileEntriesCommand, ALinkThatLeadsNowhereIsAnEntry) {

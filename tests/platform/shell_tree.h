@@ -24,7 +24,11 @@ public:
             ADD_FAILURE() << "no folder " << m_path;
         }
     }
-    ~PosixFolder() { RemoveTree(Windows("")); }
+    ~PosixFolder() {
+        RemoveTree(Windows(""));
+        std::error_code none;
+        std::filesystem::remove_all(m_path, none);  // links that lead nowhere, which listings do not show
+    }
     PosixFolder(const PosixFolder&) = delete;
     PosixFolder& operator=(const PosixFolder&) = delete;
 

@@ -1,5 +1,8 @@
 // kvtfile file on what Windows or Wine do not have: names that differ in case alone, and links made by their text.
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <filesystem>
 
 #include "tests/platform/shell_tree.h"
@@ -68,6 +71,19 @@ TEST_F(FileEntriesCommand, ALinkThatLeadsNowhereIsAnEntry) {
     Expect({"file", "delete", Path(folder, "*.txt")}, 0,
            Path(folder, "a.txt") + ": deleted\n" + Path(folder, "l.txt") + ": deleted\n");
     EXPECT_EQ(folder.Tree(), (Names{"d/", "d/l.txt->nowhere"}));
+}
+
+TEST_F(FileEntriesCommand, ARefusalAndAPartAreToldApart) {
+    const PosixFolder folder;
+    folder.Write("a.txt", "a");
+    const std::string path = Path(folder, "a.txt") + "\\b.txt";
+    Expect({"file", "copy", Path(folder, "a.txt"), path}, 1, "",
+           "kvtfile: " + Path(folder, "a.txt") + ": a path is invalid\n  Nothing was done.\n");
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+    Expect({"file", "copy", Path(folder, "pipe"), Path(folder, "p")}, 3, "",
+           "kvtfile: " + Path(folder, "pipe") + ": not all of it was done: " + Utf8(SystemText(ERROR_NOT_SUPPORTED)) +
+               "\n  What was not done is where it was. Look at the rights and at the room left.\n");
+    EXPECT_EQ(folder.Tree(), (Names{"a.txt=a", "pipe|"}));
 }
 
 TEST_F(FileEntriesCommand, TheTrashIsSaidToBeMissing) {

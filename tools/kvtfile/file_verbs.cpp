@@ -338,7 +338,8 @@ void Run(Request& request, const Options& options) {
     if (IsRefusal(code) && !aborted) {
         throw Failure(exitRefused, where + ShellError(code), "Nothing was done.");
     }
-    throw Failure(exitFormat, where + "not all of it was done: " + (code == 0 ? "it was cancelled" : ShellError(code)),
+    const std::string part = aborted ? "not all of it was done: " : "";
+    throw Failure(exitFormat, where + part + (code == 0 ? "it was cancelled" : ShellError(code)),
                   "What was not done is where it was. Look at the rights and at the room left.");
 }
 

@@ -2,6 +2,8 @@
 
 #include "files/file_times.h"
 
+#include "platform/io/local_time.h"
+
 namespace kvtfile::detail {
 
 namespace {
@@ -27,7 +29,7 @@ COleDateTime Invalid() {
 
 bool ToLocal(const FILETIME& stamp, SYSTEMTIME& local) {
     SYSTEMTIME utc;
-    return ::FileTimeToSystemTime(&stamp, &utc) && ::SystemTimeToTzSpecificLocalTime(nullptr, &utc, &local);
+    return ::FileTimeToSystemTime(&stamp, &utc) && kvtio::LocalTimeOf(utc, local);
 }
 
 // How far local time is ahead at a stamp, in ticks; false when there is no local time then.
@@ -51,8 +53,7 @@ COleDateTime LocalTimeOf(const FILETIME& stamp) {
 bool StampOf(const COleDateTime& local, FILETIME& stamp) {
     SYSTEMTIME parts;
     SYSTEMTIME utc;
-    return local.GetAsSystemTime(parts) && ::TzSpecificLocalTimeToSystemTime(nullptr, &parts, &utc) &&
-           ::SystemTimeToFileTime(&utc, &stamp);
+    return local.GetAsSystemTime(parts) && kvtio::UtcOf(parts, utc) && ::SystemTimeToFileTime(&utc, &stamp);
 }
 
 LocalTimes::Day& LocalTimes::Find(ULONGLONG number) {

@@ -39,6 +39,7 @@ void MarkFolderOf(const std::string& path);
 /// Whether the open folder is marked.
 bool IsMarked(int folder);
 
+/// All ones, which is no date, for a time before 1601 or beyond what a date can tell.
 FILETIME FileTimeOf(const timespec& time);
 timespec TimeSpecOf(const FILETIME& time);
 

@@ -2,7 +2,14 @@
 
 #include "files/file_times.h"
 
+#include <limits>
+
 #include "tests/support/support.h"
+#ifdef _WIN32
+#include "tests/support/process.h"
+#else
+#include "platform/win32/status.h"
+#endif
 
 namespace {
 
@@ -87,14 +94,57 @@ TEST(FileTimes, TimesWithoutAStampLeaveItUnchanged) {
     }
 }
 
-#ifndef _WIN32
-// Wine reads the time zone at the start of the process.
+void ExpectTheRulesOfEachYearInNewYork() {
+    // Since 2007 summer time begins on the second Sunday of March, and not on the first of April.
+    const struct {
+        FILETIME utc;
+        const char* local;
+    } rows[] = {{Utc(2005, 3, 20), "2005-03-20 07:00:00"}, {Utc(2005, 4, 20), "2005-04-20 08:00:00"},
+                {Utc(2006, 3, 20), "2006-03-20 07:00:00"}, {Utc(2007, 3, 20), "2007-03-20 08:00:00"},
+                {Utc(2024, 3, 20), "2024-03-20 08:00:00"}, {Utc(2007, 1, 1, 3), "2006-12-31 22:00:00"}};
+    LocalTimes times;
+    for (const auto& row : rows) {
+        EXPECT_EQ(Text(LocalTimeOf(row.utc)), row.local);
+        EXPECT_EQ(Text(times.Of(row.utc)), row.local);
+        FILETIME back = {};
+        ASSERT_TRUE(StampOf(LocalTimeOf(row.utc), back));
+        EXPECT_EQ(::CompareFileTime(&row.utc, &back), 0) << row.local;
+    }
+}
+
+#ifdef _WIN32
+// Wine reads the time zone at the start of the process; others ask the system's settings.
+TEST(FileTimesOfNewYork, EachYearHasItsOwnRules) {
+    if (!::GetEnvironmentVariableW(_T("KVTFILE_TEST_ZONE"), nullptr, 0)) {
+        GTEST_SKIP() << "runs in a process of its own";
+    }
+    ExpectTheRulesOfEachYearInNewYork();
+}
+
+TEST(FileTimes, EachYearHasItsOwnRules) {
+    WCHAR program[MAX_PATH];
+    ::GetModuleFileNameW(nullptr, program, MAX_PATH);
+    ::SetEnvironmentVariableW(_T("TZ"), _T("America/New_York"));
+    ::SetEnvironmentVariableW(_T("KVTFILE_TEST_ZONE"), _T("1"));
+    const kvttest::ProcessResult result =
+        kvttest::RunProcess(kvttest::Utf8(program), {"--gtest_filter=FileTimesOfNewYork.*"});
+    ::SetEnvironmentVariableW(_T("TZ"), nullptr);
+    ::SetEnvironmentVariableW(_T("KVTFILE_TEST_ZONE"), nullptr);
+    EXPECT_EQ(result.exitCode, 0) << result.out;
+}
+#else
+// The zone is asked for each time.
 
 class Zone {
 public:
     explicit Zone(const char* name) { ::setenv("TZ", name, 1); }
     ~Zone() { ::unsetenv("TZ"); }
 };
+
+TEST(FileTimes, EachYearHasItsOwnRules) {
+    const Zone zone("America/New_York");
+    ExpectTheRulesOfEachYearInNewYork();
+}
 
 TEST(FileTimes, EachStampHasTheOffsetOfItsOwnSeason) {
     const Zone zone("America/New_York");
@@ -124,6 +174,19 @@ TEST(FileTimes, AStampWhoseLocalTimeIsBefore1601IsInvalid) {
     const Zone zone("America/New_York");
     EXPECT_EQ(LocalTimeOf(Stamp(0)).GetStatus(), COleDateTime::invalid);
     EXPECT_EQ(LocalTimes().Of(Stamp(0)).GetStatus(), COleDateTime::invalid);
+}
+
+TEST(FileTimes, SystemStampsThatNoDateTellsAreInvalid) {
+    constexpr time_t kYear = 31556952;
+    constexpr time_t kLongest = std::numeric_limits<time_t>::max();
+    for (const time_t seconds : {-470 * kYear, -kLongest - 1, -time_t{11644473601}, 30000 * kYear, kLongest / 10000000,
+                                 kLongest - 1, kLongest}) {
+        const FILETIME stamp = kvtwin::FileTimeOf({seconds, 999999999});
+        EXPECT_EQ(stamp.dwLowDateTime & stamp.dwHighDateTime, 0xFFFFFFFF) << seconds;
+        EXPECT_EQ(LocalTimeOf(stamp).GetStatus(), COleDateTime::invalid) << seconds;
+    }
+    EXPECT_EQ(kvtwin::TicksOf(kvtwin::FileTimeOf({-time_t{11644473600}, 0})), 0u);
+    EXPECT_EQ(kvtwin::TicksOf(kvtwin::FileTimeOf({-1, 999999999})), 116444735999999999u);
 }
 
 TEST(FileTimes, AChangedTimeZoneHolds) {

@@ -57,6 +57,11 @@ DWORD RefusedByKind(const struct stat& status, const kvtwin::OpenFile& file, DWO
     if (S_ISDIR(status.st_mode) && !(attributes & FILE_FLAG_BACKUP_SEMANTICS)) {
         return ERROR_ACCESS_DENIED;
     }
+    // Reading a folder is to learn what its entries are; their names alone take less right.
+    struct stat itself {};
+    if (S_ISDIR(status.st_mode) && file.reads && ::fstatat(file.fd, ".", &itself, 0) != 0) {
+        return ErrorFromErrno(errno);
+    }
     if (file.writes && !created && S_ISREG(status.st_mode) && kvtwin::IsReadOnly(status)) {
         return ERROR_ACCESS_DENIED;
     }

@@ -1,6 +1,7 @@
 // Scans over what only a POSIX file system has: links, folders without right, names that are no text, sparse files.
 
 #include <fcntl.h>
+#include <sys/fsuid.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -73,6 +74,48 @@ TEST_F(FolderScanPosix, LinksToEachOtherEnd) {
     fs::create_directory_symlink("../y", m_root / "x" / "to y");
     fs::create_directory_symlink("../x", m_root / "y" / "to x");
     EXPECT_EQ(Scan(), (Names{"x", "x\\to y", "x\\to y\\to x", "y", "y\\to x", "y\\to x\\to y"}));
+}
+
+TEST_F(FolderScanPosix, AFolderIsEnteredThroughOneLink) {
+    fs::create_directories(m_root / "real");
+    Write("real/f");
+    fs::create_directory_symlink("real", m_root / "one");
+    fs::create_directory_symlink("real", m_root / "two");
+    EXPECT_EQ(Scan(), (Names{"one", "one\\f", "real", "real\\f", "two"}));
+}
+
+TEST_F(FolderScanPosix, ManyFoldersThatAreAllLinkedWithEachOtherEnd) {
+    constexpr int kFolders = 12;
+    for (int i = 0; i < kFolders; ++i) {
+        fs::create_directories(m_root / std::to_string(i));
+        for (int j = 0; j < kFolders; ++j) {
+            if (j != i) {
+                fs::create_directory_symlink("../" + std::to_string(j), m_root / std::to_string(i) / std::to_string(j));
+            }
+        }
+    }
+    // Each folder as it is and through one link, with its links.
+    EXPECT_EQ(Scan().size(), kFolders + 2u * kFolders * (kFolders - 1));
+}
+
+TEST_F(FolderScanPosix, AFolderThatTellsNamesAloneCannotBeListed) {
+    fs::create_directories(m_root / "names");
+    Write("names/f");
+    ::chmod(m_root.c_str(), 0755);
+    ::chmod((m_root / "names").c_str(), 0444);
+    // Root may read everything.
+    const int user = ::setfsuid(65534);
+    const CString folder = Root() + _T("names");
+    WIN32_FIND_DATAW found;
+    EXPECT_EQ(::FindFirstFileW(folder + _T("\\*"), &found), INVALID_HANDLE_VALUE);
+    EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
+    EXPECT_EQ(::CreateFileW(folder, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS,
+                            nullptr),
+              INVALID_HANDLE_VALUE);
+    EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
+    EXPECT_EQ(Scan(), (Names{"names"}));
+    ::setfsuid(static_cast<uid_t>(user));
+    ::chmod((m_root / "names").c_str(), 0700);
 }
 
 TEST_F(FolderScanPosix, NamesThatAreNoTextAreShownAndOpened) {

@@ -12,7 +12,8 @@ namespace kvtfile {
 /// What is known of one file or folder, as a value that can be copied.
 ///
 /// GetCRC and GetChecksum may run for long: another thread may set their cancel flag and watch their counter meanwhile.
-/// Apart from that, one record is used by one thread at a time. Nothing is thrown but `CMemoryException*`.
+/// Apart from that, one record is used by one thread at a time. Nothing is thrown but, when memory runs out,
+/// `CMemoryException*` or `std::bad_alloc`.
 class KVTFILE_API CFileInfo {
 public:
     /// Empty path, attributes 0xFFFFFFFF, length 0, all three times the present local time.
@@ -69,8 +70,10 @@ public:
     /// The file is read in chunks of at most 16384 bytes, from the position that an earlier call reached, up to the
     /// limit; the last chunk may end beyond it. When the position reaches the length of the record the code is
     /// finalised (inverted); before that the result is the register as it stands, and a later call without reset goes
-    /// on. A file that cannot be opened, or is cut off meanwhile, gives the register as it stands. Positions have 32
-    /// bits: from 4 GiB on they wrap, so that a call reads to the end of the file and never finalises.
+    /// on. (On a file that is finished, and whose length is no multiple of 4, such a call inverts the
+    /// code again when its limit lies in the last, short group.) A file that cannot be opened, or is cut off
+    /// meanwhile, gives the register as it stands. Positions have 32 bits: from 4 GiB on they wrap, so that a call
+    /// reads to the end of the file and never finalises.
     /// @param maxLen   The limit in bytes, rounded up to a multiple of 4; 0 or more than the length: the length.
     /// @param bReset   Non-zero: start anew.
     /// @param pbAbort  May be null. Read after each chunk has been read; non-zero: the chunk is dropped and the call
@@ -130,7 +133,8 @@ public:
     /// First come the sub-folders in the order of the folder listing, each followed by its own content, then the files.
     /// "." and ".." are never added. What vanishes meanwhile and folders that cannot be read are passed over. Links to
     /// folders are followed, as Windows follows them; one that leads to a folder that it stands in, or to one that
-    /// another link has led to already, is listed and not entered, so that folders linked with each other come to an end. Any depth of folders needs no more stack than one.
+    /// another link has led to already, is listed and not entered, so that folders linked with each other come to an
+    /// end. Any depth of folders needs no more stack than one.
     /// @param dir      The folder, ended by a separator.
     /// @param ext      Of the files wanted, without its dot ("*": all); matched as the folder listing matches "*.ext".
     ///                 It does not choose among folders.

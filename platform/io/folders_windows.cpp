@@ -42,6 +42,10 @@ Path LongForm(LPCWSTR path) {
         return usual;
     }
     full.resize(length);
+    // The call drops a dot at the end; in a pattern it means names without extension.
+    if (usual.ends_with(L"*.")) {
+        full += L'.';
+    }
     return full.starts_with(L"\\\\") ? L"\\\\?\\UNC" + full.substr(1) : L"\\\\?\\" + full;
 }
 

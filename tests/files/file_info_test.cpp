@@ -359,4 +359,46 @@ TEST_F(FileInfoContent, PositionsWrapAt4GiBAndOnePassEndsIt) {
     EXPECT_EQ(file.GetCRC(0xFFFFFFFFFFFFFFFF), ModelCrc(bytes));
 }
 
+TEST_F(FileInfoContent, AFlagRaisedInTheMiddleDropsTheNextChunk) {
+    const std::string bytes = Noise(60000);
+    CFileInfo file = Made(bytes);
+    // The counter itself is the flag: it is raised by the first chunk.
+    volatile DWORD progress = 0;
+    const auto* const flag = reinterpret_cast<const volatile int*>(&progress);
+    EXPECT_EQ(file.GetCRC(0, 1, flag, &progress), ModelCrc(bytes.substr(0, 16384)));
+    EXPECT_EQ(file.m_dwCRCPos, 16384u);
+    EXPECT_EQ(progress, 16384u);
+    progress = 0;
+    EXPECT_EQ(file.GetChecksum(0, 1, flag, &progress), ModelSum(bytes.substr(0, 16384)));
+    EXPECT_EQ(file.m_dwChecksumPos, 16384u);
+    // It goes on from there.
+    EXPECT_EQ(file.GetCRC(0, 0), ~ModelCrc(bytes));
+    EXPECT_EQ(file.GetChecksum(0, 0), ModelSum(bytes));
+}
+
+TEST_F(FileInfoContent, ALimitInTheLastGroupOfAFinishedFileInvertsItAgain) {
+    const std::string bytes = Noise(5);
+    CFileInfo file = Made(bytes);
+    const DWORD code = file.GetCRC();
+    EXPECT_EQ(file.GetCRC(0, 0), code);
+    EXPECT_EQ(file.GetCRC(5, 0), ~code);
+    EXPECT_EQ(file.GetCRC(6, 0), ~code);
+    EXPECT_EQ(file.GetCRC(4, 0), ~code);
+}
+
+TEST_F(FileInfoContent, SizesOver4GiBAreWhole) {
+    Made("abcd");
+    const HANDLE file = ::CreateFileW(m_path, GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    LARGE_INTEGER size;
+    size.QuadPart = 0x100000005;
+    ASSERT_TRUE(::SetFilePointerEx(file, size, nullptr, FILE_BEGIN) && ::SetEndOfFile(file));
+    ::CloseHandle(file);
+    const CFileInfo record(m_path, 0);
+    EXPECT_EQ(record.GetLength64(), 0x100000005u);
+    EXPECT_EQ(record.GetLength(), 5u);
+    kvtfile::CFileInfoArray array;
+    ASSERT_EQ(array.AddDir(m_folder.Path() + _T("\\"), _T("*"), 0, 2, 0), 1);
+    EXPECT_EQ(array[0].GetLength64(), 0x100000005u);
+}
+
 }  // namespace

@@ -8,8 +8,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <filesystem>
 
+#include "platform/tool_entry/terminal.h"
 #include "platform/win32/paths.h"
 #include "tests/tools/command_fixture.h"
 #include "tools/kvtfile/progress.h"
@@ -44,11 +46,121 @@ TEST_F(ScanCommandPosix, UnreadableFoldersAreCountedAndNamed) {
     ::chmod((Tree() / "closed").c_str(), 0700);
 }
 
-TEST_F(ScanCommandPosix, NamesThatAreNoTextAreShown) {
-    ::close(::open((Tree() / "bad\xFFname").c_str(), O_CREAT | O_WRONLY, 0600));
-    const ProcessResult result = Run({"scan", ".", "--json", "--crc"});
+TEST_F(ScanCommandPosix, FoldersThatTellNamesAloneAreCountedToo) {
+    if (::geteuid() == 0) {
+        GTEST_SKIP() << "root may read everything";
+    }
+    fs::create_directories(Tree() / "names" / "sub");
+    ::chmod((Tree() / "names").c_str(), 0444);
+    const ProcessResult result = Run({"scan", ".", "-r"});
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_EQ(result.err.substr(0, 37), "kvtfile: names: cannot be read\nkvtfil");
+    EXPECT_EQ(Run({"scan", "names"}).exitCode, 3);
+    ::chmod((Tree() / "names").c_str(), 0700);
+}
+
+TEST_F(ScanCommandPosix, UnreadableFilesOf4GiBAreNotTakenForRead) {
+    if (::geteuid() == 0) {
+        GTEST_SKIP() << "root may read everything";
+    }
+    Write(_T("closed"), "");
+    fs::resize_file(Tree() / "closed", 4ULL << 30);
+    ::chmod((Tree() / "closed").c_str(), 0);
+    const ProcessResult result = Run({"scan", ".", "--crc", "--checksum", "--json"});
+    EXPECT_EQ(result.exitCode, 3);
+    const Json json = Json::parse(result.out);
+    EXPECT_EQ(json["unreadable"], Json::array({"closed"}));
+    EXPECT_EQ(json["entries"][0]["crc"], nullptr);
+    EXPECT_EQ(json["entries"][0]["checksum"], nullptr);
+}
+
+TEST_F(ScanCommandPosix, FilesOver4GiBAreReadWhole) {
+    Write(_T("large"), "abcd");
+    fs::resize_file(Tree() / "large", (4ULL << 30) + 5);
+    const ProcessResult result = Run({"scan", ".", "--checksum", "--json"});
     EXPECT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(Json::parse(result.out)["entries"][0]["path"], "bad\xEF\xBF\xBDname");
+    EXPECT_EQ(Json::parse(result.out)["entries"][0]["checksum"], "64636261");
+}
+
+TEST_F(ScanCommandPosix, NamesThatAreNoTextAreShownAndToldApart) {
+    fs::create_directories(Tree() / "t");
+    const auto make = [this](const char* name, const char* bytes) {
+        const int file = ::open((Tree() / "t" / name).c_str(), O_CREAT | O_WRONLY, 0600);
+        EXPECT_EQ(::write(file, bytes, std::strlen(bytes)), static_cast<ssize_t>(std::strlen(bytes)));
+        ::close(file);
+    };
+    make("bad\xFEname", "1");
+    make("bad\xFFname", "22");
+    make("back\\slash", "333");
+    const ProcessResult result = Run({"scan", "t", "--json", "--sort", "size"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    const Json entries = Json::parse(result.out)["entries"];
+    EXPECT_EQ(entries[0]["path"], "bad\\\\xFEname");
+    EXPECT_EQ(entries[1]["path"], "bad\\\\xFFname");
+    EXPECT_EQ(entries[2]["path"], "back\\\\x5Cslash");
+    Write(_T("before"), result.out);
+    fs::remove(Tree() / "t" / "bad\xFEname");
+    EXPECT_EQ(Run({"scan", "t", "--verify", "before"}).out, "removed  bad\\\\xFEname\n");
+}
+
+TEST_F(ScanCommandPosix, ControlCharactersInNamesReachNoTerminal) {
+    fs::create_directories(Tree() / "t");
+    ::close(::open((Tree() / "t" / "a\x1B[2J\n\x7F").c_str(), O_CREAT | O_WRONLY, 0600));
+    const ProcessResult plain = Run({"scan", "t"});
+    EXPECT_EQ(plain.exitCode, 0);
+    EXPECT_EQ(plain.out.substr(plain.out.find(" a") + 1), "a\\\\x1B[2J\\\\x0A\\\\x7F\n");
+    const ProcessResult csv = Run({"scan", "t", "--csv"});
+    EXPECT_NE(csv.out.find("\n\"a\x1B[2J\n\x7F\",0,"), std::string::npos) << csv.out;
+    Write(_T("before"), csv.out);
+    EXPECT_EQ(Run({"scan", "t", "--verify", "before"}).exitCode, 0);
+    ::close(::open((Tree() / "t" / "new\n").c_str(), O_CREAT | O_WRONLY, 0600));
+    EXPECT_EQ(Run({"scan", "t", "--verify", "before"}).out, "added    new\\\\x0A\n");
+}
+
+TEST_F(ScanCommandPosix, ListingsOfOtherTimeZonesVerify) {
+    fs::create_directories(Tree() / "t");
+    Write(_T("t\\winter"), "1");
+    Write(_T("t\\summer"), "2");
+    kvttest::SetFileSeconds(File(_T("t\\winter")), 1705320000);
+    kvttest::SetFileSeconds(File(_T("t\\summer")), 1721044800);
+    for (const char* form : {"--json", "--csv"}) {
+        ::setenv("TZ", "America/New_York", 1);
+        const ProcessResult there = Run({"scan", "t", form, "--sort", "path"});
+        EXPECT_NE(there.out.find("2024-01-15 07:00:00-05:00"), std::string::npos) << there.out;
+        EXPECT_NE(there.out.find("2024-07-15 08:00:00-04:00"), std::string::npos) << there.out;
+        Write(_T("before"), there.out);
+        ::setenv("TZ", "Asia/Kolkata", 1);
+        EXPECT_EQ(Run({"scan", "t", "--verify", "before"}).exitCode, 0);
+        kvttest::SetFileSeconds(File(_T("t\\winter")), 1705320001);
+        EXPECT_EQ(Run({"scan", "t", "--verify", "before"}).out,
+                  "changed  winter: modified 2024-01-15 07:00:00-05:00 -> 2024-01-15 17:30:01+05:30\n");
+        kvttest::SetFileSeconds(File(_T("t\\winter")), 1705320000);
+    }
+    ::unsetenv("TZ");
+}
+
+TEST(InterruptGuard, LeavesIgnoredRequestsIgnoredAndPutsEverythingBack) {
+    const auto handler_of = [](int signal) {
+        struct sigaction action {};
+        ::sigaction(signal, nullptr, &action);
+        return action.sa_handler;
+    };
+    const auto own = [](int) {};
+    ::signal(SIGHUP, SIG_IGN);
+    ::signal(SIGTERM, own);
+    {
+        const kvtterminal::InterruptGuard guard;
+        EXPECT_EQ(handler_of(SIGHUP), SIG_IGN);
+        EXPECT_NE(handler_of(SIGTERM), static_cast<sighandler_t>(own));
+        ::raise(SIGHUP);
+        EXPECT_EQ(*guard.Flag(), 0);
+        ::raise(SIGTERM);
+        EXPECT_EQ(*guard.Flag(), 1);
+    }
+    EXPECT_EQ(handler_of(SIGHUP), SIG_IGN);
+    EXPECT_EQ(handler_of(SIGTERM), static_cast<sighandler_t>(own));
+    ::signal(SIGHUP, SIG_DFL);
+    ::signal(SIGTERM, SIG_DFL);
 }
 
 // The command on a terminal of its own; Ctrl-C is typed as soon as the progress line shows.

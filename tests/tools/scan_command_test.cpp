@@ -90,7 +90,8 @@ TEST_F(ScanCommand, JsonHoldsEveryFact) {
     EXPECT_EQ(file["size"], 5);
     EXPECT_EQ(file["checksum"], "34333266");
     EXPECT_EQ(file["modified"].get<std::string>().substr(0, 7), "2023-11");
-    EXPECT_EQ(file["modified"].get<std::string>().size(), 19u);
+    // With what local time is ahead of UTC.
+    EXPECT_EQ(file["modified"].get<std::string>().size(), 25u);
     EXPECT_TRUE(file.contains("created") && file.contains("accessed"));
     EXPECT_FALSE(file.contains("crc"));
 }
@@ -145,11 +146,36 @@ TEST_F(ScanCommand, OtherSizesAndTimesAreChanges) {
     EXPECT_EQ(result.out.substr(0, 36), "changed  b.txt: size 5 -> 6, modifie") << result.out;
 }
 
+TEST_F(ScanCommand, WhatCouldNotBeReadThenIsNotCompared) {
+    const std::string note =
+        "kvtfile: before: 1 folder or file could not be read then; what is in there is not compared\n";
+    Write(_T("before"),
+          R"({"unreadable":["sub"],"entries":[{"path":"sub\\gone","size":1},{"path":"a.dwg","size":1234},
+          {"path":"b.txt","size":5,"crc":null}]})");
+    ProcessResult result = Run({"scan", "tree", "-r", "--verify", "before"});
+    // Without times in the listing they differ; what is below the folder is not told.
+    EXPECT_EQ(result.err.substr(0, note.size()), note);
+    EXPECT_EQ(result.out.find("sub"), std::string::npos) << result.out;
+    EXPECT_EQ(result.out.find("crc"), std::string::npos) << result.out;
+}
+
+TEST_F(ScanCommand, PathsThatAListingHasTwiceAreComparedInTheirOrder) {
+    Keep(_T("before"), {"scan", "tree", "--csv", "--ext", "txt"});
+    const std::string listing = Read(_T("before"));
+    Write(_T("before"), listing + listing.substr(listing.find('\n') + 1));
+    Expect({"scan", "tree", "--ext", "txt", "--verify", "before"}, 1, "removed  b.txt\n",
+           "kvtfile: tree differs from before in 1 entry\n"
+           "  Take a new listing when the changes are wanted.\n");
+}
+
 TEST_F(ScanCommand, WhatIsNoListingIsRefused) {
     const char* const bad[] = {"",
                                "{",
                                "{}",
                                "{\"entries\":[{\"path\":5}]}",
+                               "{\"entries\":[{\"path\":\"a\",\"size\":-1}]}",
+                               "{\"entries\":[{\"path\":\"a\",\"size\":1.5}]}",
+                               "{\"cancelled\":true,\"entries\":[]}",
                                "name,date\nx,y\n",
                                "path,size\na\n",
                                "path,size\na,many\n",

@@ -8,8 +8,10 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <set>
 #include <tuple>
 
+#include "tools/kvtfile/scan_text.h"
 #include "tools/kvtfile/text_file.h"
 
 namespace kvtcommand {
@@ -142,10 +144,16 @@ ScanListing ListingOfJson(const std::string& text, const std::string& file) {
     ScanListing listing;
     try {
         const Json json = Json::parse(text);
+        listing.cancelled = json.value("cancelled", false);
+        listing.unreadable = json.value("unreadable", std::vector<std::string>());
         for (const Json& item : json.at("entries")) {
             ScanEntry entry;
             entry.path = item.at("path").get<std::string>();
-            entry.size = item.at("size").get<uint64_t>();
+            const Json& size = item.at("size");
+            if (!size.is_number_unsigned()) {
+                FailToRead(file, size.dump() + " is not a size");
+            }
+            entry.size = size.get<uint64_t>();
             for (const Column& column : kColumns) {
                 const auto found = item.find(column.name);
                 if (found != item.end() && !found->is_null()) {
@@ -164,6 +172,39 @@ ScanListing ListingOfJson(const std::string& text, const std::string& file) {
 
 // ---- Comparing
 
+// A code that is not known on one side is no change.
+bool IsSame(const Column& column, const std::string& before, const std::string& now) {
+    if (column.text == &ScanEntry::modified) {
+        return SameMoment(before, now);
+    }
+    const bool isCode = column.text == &ScanEntry::crc || column.text == &ScanEntry::checksum;
+    return before == now || (isCode && (before.empty() || now.empty()));
+}
+
+// The folders that a scan could not read.
+class Closed {
+public:
+    Closed(const ScanListing& before, const ScanListing& now) {
+        m_paths.insert(before.unreadable.begin(), before.unreadable.end());
+        m_paths.insert(now.unreadable.begin(), now.unreadable.end());
+    }
+
+    // Whether a path is in one of them. A separator is the first of an odd number of backslashes: two are an escape.
+    bool Hold(const std::string& path) const {
+        for (size_t at = 0; !m_paths.empty() && (at = path.find('\\', at)) != path.npos;) {
+            const size_t end = std::min(path.find_first_not_of('\\', at), path.size());
+            if ((end - at) % 2 != 0 && m_paths.contains(path.substr(0, at))) {
+                return true;
+            }
+            at = end;
+        }
+        return false;
+    }
+
+private:
+    std::set<std::string> m_paths;
+};
+
 std::vector<ChangedFact> ChangedFacts(const ScanEntry& before, const ScanEntry& now, const ScanListing& older,
                                       const ScanListing& newer) {
     std::vector<ChangedFact> facts;
@@ -175,7 +216,7 @@ std::vector<ChangedFact> ChangedFacts(const ScanEntry& before, const ScanEntry& 
         const bool compared = column.text != &ScanEntry::created && column.text != &ScanEntry::accessed &&
                               (!folder || column.text == &ScanEntry::attributes) && IsShown(older, column) &&
                               IsShown(newer, column);
-        if (compared && before.*column.text != now.*column.text) {
+        if (compared && !IsSame(column, before.*column.text, now.*column.text)) {
             facts.push_back({column.name, before.*column.text, now.*column.text});
         }
     }
@@ -192,6 +233,13 @@ std::vector<const ScanEntry*> ByPath(const ScanListing& listing) {
     return entries;
 }
 
+void AddUnlessIn(const Closed& closed, Difference::Kind kind, const std::string& path,
+                 std::vector<Difference>& differences) {
+    if (!closed.Hold(path)) {
+        differences.push_back({kind, path, {}});
+    }
+}
+
 const char* NameOf(Difference::Kind kind) {
     return kind == Difference::added ? "added" : kind == Difference::removed ? "removed" : "changed";
 }
@@ -202,8 +250,8 @@ void PrintListing(const ScanListing& listing) {
     for (const ScanEntry& entry : listing.entries) {
         const std::string size = entry.IsFolder() ? "" : WithSeparators(entry.size);
         char line[128];
-        std::snprintf(line, sizeof line, "%-19s  %-5s %16s", entry.modified.c_str(), entry.attributes.c_str(),
-                      size.c_str());
+        std::snprintf(line, sizeof line, "%-19s  %-5s %16s", std::string(LocalPart(entry.modified)).c_str(),
+                      entry.attributes.c_str(), size.c_str());
         std::string text = line;
         for (const auto& [shown, code] :
              {std::tuple(listing.withCrc, &entry.crc), {listing.withChecksum, &entry.checksum}}) {
@@ -211,7 +259,7 @@ void PrintListing(const ScanListing& listing) {
                 text += "  " + (code->empty() ? "-       " : *code);
             }
         }
-        Print(text + "  " + entry.path);
+        Print(text + "  " + Shown(entry.path));
     }
 }
 
@@ -255,20 +303,27 @@ ScanListing ReadListing(const std::string& file) {
         text.erase(0, 3);
     }
     const size_t first = text.find_first_not_of(" \t\r\n");
-    return first != text.npos && text[first] == '{' ? ListingOfJson(text, file) : ListingOfCsv(text, file);
+    ScanListing listing =
+        first != text.npos && text[first] == '{' ? ListingOfJson(text, file) : ListingOfCsv(text, file);
+    if (listing.cancelled) {
+        throw Failure(exitFormat, file + ": the scan was cancelled: what it did not reach cannot be compared",
+                      "Take a new listing.");
+    }
+    return listing;
 }
 
 std::vector<Difference> Compare(const ScanListing& before, const ScanListing& now) {
     const std::vector<const ScanEntry*> olds = ByPath(before);
     const std::vector<const ScanEntry*> news = ByPath(now);
+    const Closed closed(before, now);
     std::vector<Difference> differences;
     auto was = olds.begin();
     auto is = news.begin();
     while (was != olds.end() || is != news.end()) {
         if (was == olds.end() || (is != news.end() && (*is)->path < (*was)->path)) {
-            differences.push_back({Difference::added, (*is++)->path, {}});
+            AddUnlessIn(closed, Difference::added, (*is++)->path, differences);
         } else if (is == news.end() || (*was)->path < (*is)->path) {
-            differences.push_back({Difference::removed, (*was++)->path, {}});
+            AddUnlessIn(closed, Difference::removed, (*was++)->path, differences);
         } else {
             std::vector<ChangedFact> facts = ChangedFacts(**was, **is, before, now);
             if (!facts.empty()) {
@@ -286,7 +341,7 @@ void PrintDifferences(const std::vector<Difference>& differences, bool json) {
         for (const Difference& difference : differences) {
             std::string line = NameOf(difference.kind);
             line.resize(9, ' ');
-            line += difference.path;
+            line += Shown(difference.path);
             const char* separator = ": ";
             for (const ChangedFact& fact : difference.facts) {
                 line += separator + fact.name + " " + fact.before + " -> " + fact.now;

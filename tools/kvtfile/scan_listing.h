@@ -12,9 +12,9 @@ namespace kvtcommand {
 
 /// One file or folder of a listing. Codes and times are texts, as they are printed; empty: not known.
 struct ScanEntry {
-    std::string path;  ///< relative to the folder that was scanned
+    std::string path;  ///< relative to the folder that was scanned, as PathText gives it
     uint64_t size = 0;
-    std::string modified;  ///< "2026-11-21 18:30:00", local time
+    std::string modified;  ///< as StampText gives it
     std::string created;
     std::string accessed;
     std::string
@@ -38,7 +38,7 @@ void PrintListing(const ScanListing& listing);
 void PrintListingJson(const ScanListing& listing);
 void PrintListingCsv(const ScanListing& listing);
 
-/// Reads what PrintListingJson or PrintListingCsv wrote; a failure when it is neither.
+/// Reads what PrintListingJson or PrintListingCsv wrote; a failure when it is neither, or of a scan that was cancelled.
 ScanListing ReadListing(const std::string& file);
 
 /// A fact that differs between two listings.
@@ -55,7 +55,7 @@ struct Difference {
 };
 
 /// What differs, by path. Compared are size, last write, attributes and the codes that both listings have; of folders
-/// the attributes alone. O(n log n).
+/// the attributes alone. What stands in a folder that one of the scans could not read is left out. O(n log n).
 std::vector<Difference> Compare(const ScanListing& before, const ScanListing& now);
 
 void PrintDifferences(const std::vector<Difference>& differences, bool json);

@@ -11,6 +11,7 @@
 #include "platform/tool_entry/terminal.h"
 #include "tools/kvtfile/progress.h"
 #include "tools/kvtfile/scan_listing.h"
+#include "tools/kvtfile/scan_text.h"
 #include "tools/kvtfile/text_file.h"
 #include "tools/kvtfile/verbs.h"
 
@@ -37,10 +38,6 @@ struct Options {
 const std::map<std::string, LONGLONG> kSortModes = {
     {"none", 0}, {"size", 2}, {"size-desc", 3}, {"path", 4}, {"path-desc", 5}};
 
-std::string TimeText(const COleDateTime& time) {
-    return time.GetStatus() == COleDateTime::valid ? Utf8(time.Format(_T("%Y-%m-%d %H:%M:%S"))) : "";
-}
-
 std::string AttributeLetters(const CFileInfo& file) {
     std::string letters;
     for (const auto& [is, letter] : {std::pair{file.IsDirectory(), 'D'},
@@ -59,6 +56,13 @@ std::string Hex(DWORD code) {
     char text[16];
     std::snprintf(text, sizeof text, "%08X", static_cast<unsigned>(code));
     return text;
+}
+
+// Whether a file can be read and has the length that was found.
+bool IsStill(const CFileInfo& file) {
+    CFileInfo now(file.GetFilePath(), 0);
+    now.GetChecksum(sizeof(DWORD));
+    return now.m_dwChecksumPos != 0 && now.GetLength64() == file.GetLength64();
 }
 
 // Why a folder cannot be listed; 0 when it can be. One that has vanished is not unreadable.
@@ -126,7 +130,7 @@ private:
 
     void Take(CFileInfo& file) {
         ScanEntry entry;
-        entry.path = Utf8(file.GetFilePath().Mid(m_folder.GetLength()));
+        entry.path = PathText(file.GetFilePath().Mid(m_folder.GetLength()));
         if (file.IsDirectory()) {
             const DWORD error = m_options.recursive && !IsCancelled() ? ListingError(file.GetFilePath()) : 0;
             if (error != ERROR_SUCCESS && error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND) {
@@ -150,9 +154,9 @@ private:
                 m_listing.unreadable.push_back(entry.path);
             }
         }
-        entry.modified = TimeText(file.GetLastWriteTime());
-        entry.created = TimeText(file.GetCreationTime());
-        entry.accessed = TimeText(file.GetLastAccessTime());
+        entry.modified = StampText(file.GetLastWriteTime());
+        entry.created = StampText(file.GetCreationTime());
+        entry.accessed = StampText(file.GetLastAccessTime());
         entry.attributes = AttributeLetters(file);
         m_listing.entries.push_back(std::move(entry));
     }
@@ -160,12 +164,14 @@ private:
     using Code = DWORD (CFileInfo::*)(ULONGLONG, int, const volatile int*, volatile DWORD*);
 
     // Computes a code part by part, to see how far it is without counting each group of four bytes; positions above
-    // 4 GiB wrap, so there it is one part. @return False when the file was not read to its end.
+    // 4 GiB wrap, so there it is one part, and the file must not have another length by then. @return False when the
+    // file was not read to its end.
     bool ReadAll(CFileInfo& file, Code code, const DWORD& position) {
         constexpr ULONGLONG kPart = 64 << 20;
         const ULONGLONG length = file.GetLength64();
+        const bool wraps = length > 0xFFFFFFFF;
         const uint64_t before = m_progress.bytesDone;
-        ULONGLONG limit = length > 0xFFFFFFFF ? 0 : kPart;
+        ULONGLONG limit = wraps ? 0 : kPart;
         for (int reset = 1; !IsCancelled(); reset = 0) {
             (file.*code)(limit < length ? limit : 0, reset, m_cancelled, nullptr);
             if (limit == 0 || limit >= length || position < limit) {
@@ -175,7 +181,8 @@ private:
             limit += kPart;
         }
         m_progress.bytesDone = before + length;
-        return !IsCancelled() && position >= static_cast<DWORD>(length);
+        const DWORD end = static_cast<DWORD>(length);
+        return !IsCancelled() && (wraps ? position == end && IsStill(file) : position >= end);
     }
 
     const Options& m_options;
@@ -202,7 +209,7 @@ void NoteUnreadable(const ScanListing& listing) {
     constexpr size_t kMostNamed = 10;
     const size_t count = listing.unreadable.size();
     for (size_t i = 0; i < std::min(count, kMostNamed); ++i) {
-        Note(listing.unreadable[i] + ": cannot be read");
+        Note(Shown(listing.unreadable[i]) + ": cannot be read");
     }
     if (count > kMostNamed) {
         Note("... and " + std::to_string(count - kMostNamed) + " more");
@@ -212,6 +219,10 @@ void NoteUnreadable(const ScanListing& listing) {
 void RunScan(const Options& options) {
     const bool verifies = !options.verify.empty();
     const ScanListing earlier = verifies ? ReadListing(options.verify) : ScanListing();
+    if (!earlier.unreadable.empty()) {
+        Note(options.verify + ": " + Counted(earlier.unreadable.size(), "folder or file", "folders or files") +
+             " could not be read then; what is in there is not compared");
+    }
     ScanListing listing;
     {
         const kvtterminal::InterruptGuard guard;

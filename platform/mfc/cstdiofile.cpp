@@ -92,8 +92,9 @@ void CStdioFile::Flush() {
 
 void CStdioFile::FlushLarge() {
     if (m_output.size() >= blockSize) {
-        Check(m_file->Write(m_output.data(), m_output.size()));
-        m_output.clear();
+        const DWORD error = m_file->Write(m_output.data(), m_output.size());
+        m_output.clear();  // what failed is not tried once more, as in Flush
+        Check(error);
     }
 }
 

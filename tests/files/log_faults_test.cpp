@@ -100,6 +100,23 @@ TEST(LogFaults, ALineThatDoesNotFitLeavesNothingOfItself) {
     }
 }
 
+TEST(LogFaults, ALongLineThatDoesNotFitLeavesNothingOfItself) {
+    const TestFolder folder;
+    const CString path = folder.Path(_T("a.log"));
+    WriteBytes(path, "old");
+    CFLogFile log(path);
+    ASSERT_EQ(log.OpenFile(_T("")), 1);
+    for (const size_t room : {size_t{0}, size_t{1}, size_t{69999}, size_t{70001}}) {
+        {
+            const LittleDisk disk(room);
+            EXPECT_EQ(log.WriteString(CString(_T('x'), 70000)), 0) << room;
+        }
+        EXPECT_EQ(ReadBytes(path), "old") << room;
+    }
+    EXPECT_EQ(log.WriteString(_T("text")), 1);
+    EXPECT_EQ(ReadBytes(path), "oldtext\r\n");
+}
+
 TEST(LogFaults, ClosingOnAFullDiskIsTold) {
     const TestFolder folder;
     const CString path = folder.Path(_T("a.log"));

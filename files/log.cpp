@@ -1,15 +1,18 @@
 // LOG: one log for all threads and processes.
 //
-// Whoever holds the event "VekLogWrite" stamps and writes a message; without the event (it cannot be made) the threads
-// of this process take turns at least, and the file's own lock keeps processes apart. What a setter may change is read
-// under a mutex. Nothing here is ever destroyed: threads may log while the process ends.
+// Whoever holds the event "VekLogWrite" stamps and writes a message; without the event (it cannot be made) the file's
+// own lock keeps writers apart. What a setter may change is read under a mutex. Nothing here is ever destroyed: threads
+// may log while the process ends. A child may be forked at any moment and log at once.
 
+#include <atomic>
 #include <mutex>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "files/log_head.h"
 #include "kvtfile/LogFile.h"
+#include "platform/fork_mutex.h"
 #include "platform/io/appender.h"
 #include "platform/mfc/codepage936.h"
 #include "platform/mfc/text_locale.h"
@@ -36,25 +39,36 @@ private:
 
 Kept<CString> g_file;
 Kept<CString> g_prefix;
-Kept<std::mutex> g_settings;  // for the static members
-Kept<std::mutex> g_threads;   // in place of an event that cannot be made
+Kept<kvtplatform::ForkMutex> g_settings;  // for the static members
 
 // The log that was written to last; used by the one whose turn it is.
-constinit kvtio::Appender* g_appender = nullptr;
+constinit std::atomic<kvtio::Appender*> g_appender{nullptr};
 
 CString Prefix() {
     const std::lock_guard lock(*g_settings);
     return LOG::s_strLogPrefix;
 }
 
-HANDLE WriteEvent() {
+// The event; `fresh` is kept when there is none yet.
+HANDLE KnownEvent(HANDLE fresh) {
     const std::lock_guard lock(*g_settings);
-    HANDLE& event = LOG::s_hWriteEvent;
-    if (!event) {
-        event = ::OpenEventW(EVENT_MODIFY_STATE | SYNCHRONIZE, FALSE, EVENT_NAME);
+    if (!LOG::s_hWriteEvent) {
+        LOG::s_hWriteEvent = fresh;
     }
-    if (!event) {
-        event = ::CreateEventW(nullptr, FALSE, TRUE, EVENT_NAME);
+    return LOG::s_hWriteEvent;
+}
+
+HANDLE WriteEvent() {
+    if (const HANDLE known = KnownEvent(nullptr)) {
+        return known;
+    }
+    HANDLE fresh = ::OpenEventW(EVENT_MODIFY_STATE | SYNCHRONIZE, FALSE, EVENT_NAME);
+    if (!fresh) {
+        fresh = ::CreateEventW(nullptr, FALSE, TRUE, EVENT_NAME);
+    }
+    const HANDLE event = KnownEvent(fresh);
+    if (fresh && event != fresh) {
+        ::CloseHandle(fresh);
     }
     return event;
 }
@@ -66,35 +80,39 @@ public:
         if (m_event && ::WaitForSingleObject(m_event, INFINITE) != WAIT_OBJECT_0) {
             m_event = nullptr;
         }
-        if (!m_event) {
-            (*g_threads).lock();
-        }
     }
     ~Turn() {
         if (m_event) {
             ::SetEvent(m_event);
-        } else {
-            (*g_threads).unlock();
         }
     }
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
 
+    /// Whether no other writer has it too.
+    bool IsExclusive() const { return m_event != nullptr; }
+
 private:
     HANDLE m_event;
 };
 
-void Write(const CString& path, const CString& message) {
-    if (!g_appender || path != g_appender->Path()) {
-        kvtio::Appender* const fresh = new kvtio::Appender(path);
-        delete g_appender;
-        g_appender = fresh;
-    }
+std::string Encoded(const CString& message) {
     std::string bytes;
     bytes.reserve(static_cast<size_t>(message.GetLength()) + 2);
     kvtmfc::codepage936::AppendEncoded(_T("\n"), bytes);
     kvtmfc::codepage936::AppendEncoded(message.View(), bytes);
-    g_appender->Append(bytes.data(), bytes.size());
+    return bytes;
+}
+
+kvtio::Appender& AppenderOf(const CString& path) {
+    kvtio::Appender* appender = g_appender;
+    if (!appender || path != appender->Path()) {
+        // The new one takes the place before the old one goes, in which a child may be forked.
+        kvtio::Appender* const old = std::exchange(appender, new kvtio::Appender(path));
+        g_appender = appender;
+        delete old;
+    }
+    return *appender;
 }
 
 void AddFormatted(CString& text, LPCWSTR format, va_list args) {
@@ -164,7 +182,12 @@ int LOG::OutV(LPCWSTR pszTag, LPCWSTR pszFormat, va_list args) {
         if (path.IsEmpty()) {
             return SetLogFile(nullptr);
         }
-        Write(path, sOutV(pszTag, pszFormat, args));
+        const std::string bytes = Encoded(sOutV(pszTag, pszFormat, args));
+        if (turn.IsExclusive()) {
+            AppenderOf(path).Append(bytes.data(), bytes.size());
+        } else {
+            kvtio::Appender(path).Append(bytes.data(), bytes.size());
+        }
         return 1;
     });
 }

@@ -4,6 +4,7 @@
 /// Attributes and times of files as Windows shows them.
 
 #include <sys/stat.h>
+#include <time.h>
 
 #include <string>
 #include <string_view>
@@ -42,6 +43,9 @@ bool IsMarked(int folder);
 /// All ones, which is no date, for a time before 1601 or beyond what a date can tell.
 FILETIME FileTimeOf(const timespec& time);
 timespec TimeSpecOf(const FILETIME& time);
+
+/// The C library's local time in the zone that TZ names now. @return false: it has none for the moment.
+bool LocalTime(time_t moment, tm& local);
 
 constexpr ULONGLONG TicksOf(const FILETIME& time) {
     return static_cast<ULONGLONG>(time.dwHighDateTime) << 32 | time.dwLowDateTime;

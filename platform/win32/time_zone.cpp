@@ -20,7 +20,7 @@ constexpr LONGLONG kDay = 86400;
 LONGLONG OffsetAt(LONGLONG utc) {
     const time_t moment = static_cast<time_t>(utc - kUnixEpoch);
     tm local{};
-    return ::localtime_r(&moment, &local) ? local.tm_gmtoff : 0;
+    return kvtwin::LocalTime(moment, local) ? local.tm_gmtoff : 0;
 }
 
 // The difference at a local time: that of before as long as it holds.
@@ -36,7 +36,6 @@ BOOL Shift(const SYSTEMTIME& time, bool to_local, SYSTEMTIME& result) {
     if (!SystemTimeToFileTime(&time, &stamp)) {
         return FALSE;
     }
-    ::tzset();
     const LONGLONG ticks = static_cast<LONGLONG>(TicksOf(stamp));
     const LONGLONG seconds = ticks / kTicksPerSecond;
     const LONGLONG offset = to_local ? OffsetAt(seconds) : -OffsetOfLocal(seconds);

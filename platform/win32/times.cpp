@@ -12,6 +12,7 @@
 #include <limits>
 
 #include "errors.h"
+#include "platform/fork_mutex.h"
 #include "status.h"
 #include "winapi.h"
 
@@ -85,6 +86,8 @@ struct KnownBias {
 };
 constinit thread_local KnownBias g_bias = {-1, 0, ""};
 
+constinit kvtplatform::ForkMutex g_zone;
+
 // What local time is ahead of UTC at this moment, in ticks.
 LONGLONG PresentBias() {
     timespec moment{};
@@ -94,8 +97,7 @@ LONGLONG PresentBias() {
     const char* const zone = variable ? variable : "(none)";
     if (!g_bias.Fits(now, zone)) {
         tm local{};
-        ::tzset();
-        ::localtime_r(&now, &local);
+        kvtwin::LocalTime(now, local);
         g_bias.ticks = static_cast<LONGLONG>(local.tm_gmtoff) * kTicksPerSecond;
         g_bias.second = std::strlen(zone) < sizeof g_bias.zone ? now : -1;
         std::strncpy(g_bias.zone, zone, sizeof g_bias.zone - 1);
@@ -114,6 +116,12 @@ BOOL Shift(const FILETIME& time, LONGLONG ticks, FILETIME& result) {
 }
 
 }  // namespace
+
+bool kvtwin::LocalTime(time_t moment, tm& local) {
+    const std::lock_guard lock(g_zone);
+    ::tzset();
+    return ::localtime_r(&moment, &local) != nullptr;
+}
 
 void GetSystemTimeAsFileTime(LPFILETIME time) {
     *time = FromTicks(Now());

@@ -16,6 +16,7 @@
 #include "folder_cursor.h"
 #include "paths.h"
 #include "shell_names.h"
+#include "status.h"
 #include "winapi.h"
 
 namespace kvtwin {
@@ -132,7 +133,7 @@ std::string InfoText(const std::string& path) {
     const time_t now = ::time(nullptr);
     tm local{};
     char date[32] = "";
-    if (::localtime_r(&now, &local)) {
+    if (LocalTime(now, local)) {
         ::strftime(date, sizeof date, "%Y-%m-%dT%H:%M:%S", &local);
     }
     return "[Trash Info]\nPath=" + PercentEncoded(path) + "\nDeletionDate=" + date + "\n";

@@ -153,6 +153,7 @@ TEST(LogProcesses, AChildThatIsForkedWhileThreadsLogMayLog) {
     const TestFolder folder;
     const CString path = folder.Path(_T("a.log"));
     LOG::SetLogFile(path);
+    LOG::Out(_T("first"));
     std::atomic<bool> stop{false};
     std::vector<std::thread> threads;
     for (int i = 0; i < 3; ++i) {
@@ -178,6 +179,62 @@ TEST(LogProcesses, AChildThatIsForkedWhileThreadsLogMayLog) {
         EXPECT_NE(bytes.find("]child " + std::to_string(i) + "."), std::string::npos);
     }
     LOG::SetLogFile(nullptr);
+}
+
+TEST(LogProcesses, AChildThatIsForkedWhileThreadsChangeSettingsMayDoSoToo) {
+    std::atomic<bool> stop{false};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 3; ++i) {
+        threads.emplace_back([&] {
+            while (!stop) {
+                LOG::SetPrefix(_T("thread"));
+                LOG::GetLogFile();
+            }
+        });
+    }
+    for (int i = 0; i < 200; ++i) {
+        ASSERT_EQ(ExitCode(InChild([&] {
+                      ::alarm(20);
+                      LOG::SetPrefix(_T("child"));
+                      LOG::GetLogFile();
+                  })),
+                  0)
+            << "child " << i;
+    }
+    stop = true;
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    LOG::s_strLogPrefix.Empty();
+}
+
+TEST(LogProcesses, AChildThatIsForkedWhileThreadsAskForTheTimeMayDoSoToo) {
+    std::atomic<bool> stop{false};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 3; ++i) {
+        threads.emplace_back([&] {
+            const SYSTEMTIME noon = {2024, 7, 0, 1, 12, 0, 0, 0};
+            SYSTEMTIME utc;
+            while (!stop) {
+                ::TzSpecificLocalTimeToSystemTime(nullptr, &noon, &utc);
+            }
+        });
+    }
+    for (int i = 0; i < 200; ++i) {
+        ASSERT_EQ(ExitCode(InChild([&] {
+                      ::alarm(20);
+                      LOG::sOut(_T("text"));
+                      SYSTEMTIME utc;
+                      const SYSTEMTIME noon = {2024, 7, 0, 1, 12, 0, 0, 0};
+                      ::TzSpecificLocalTimeToSystemTime(nullptr, &noon, &utc);
+                  })),
+                  0)
+            << "child " << i;
+    }
+    stop = true;
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
 }
 #endif
 

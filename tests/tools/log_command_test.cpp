@@ -69,6 +69,30 @@ TEST_F(LogCommand, ProcessesThatWriteToOneLogTakeTurns) {
     }
 }
 
+TEST_F(LogCommand, ProcessesThatWriteLinesToOneLogTakeTurnsToo) {
+    constexpr int kProcesses = 4;
+    constexpr int kLines = 4;
+    std::vector<std::thread> threads;
+    for (int process = 0; process < kProcesses; ++process) {
+        threads.emplace_back([&, process] {
+            for (int i = 0; i < kLines; ++i) {
+                const std::string text = std::to_string(process) + "/" + std::to_string(i) + ".";
+                EXPECT_EQ(RunProcess(KVTFILE_COMMAND, {"log", "write", "a.log", text, "--line"}).exitCode, 0);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    const std::string bytes = Read(_T("a.log"));
+    EXPECT_EQ(bytes.size(), size_t{kProcesses} * kLines * 6);
+    for (int process = 0; process < kProcesses; ++process) {
+        for (int i = 0; i < kLines; ++i) {
+            EXPECT_NE(bytes.find(std::to_string(process) + "/" + std::to_string(i) + ".\r\n"), std::string::npos);
+        }
+    }
+}
+
 TEST_F(LogCommand, FollowShowsWhatIsThere) {
     std::string bytes;
     for (int i = 1; i <= 12; ++i) {
@@ -95,6 +119,34 @@ TEST_F(LogCommand, FollowWaitsForWhatComes) {
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.out, "old\none\ntwo\nthree\n");
     EXPECT_EQ(result.err, "");
+}
+
+TEST_F(LogCommand, FollowShowsEachMessageAsOneLine) {
+    Write(_T("a.log"), "");
+    ProcessResult result;
+    std::thread follower([&] { result = Run({"log", "follow", "a.log", "--all", "--lines", "3"}); });
+    for (const char* text : {"one", "two", "three"}) {
+        Expect({"log", "write", "a.log", text}, 0, "");
+    }
+    follower.join();
+    EXPECT_EQ(result.exitCode, 0);
+    std::vector<std::string> texts;
+    for (size_t at = 0; at < result.out.size();) {
+        const size_t end = result.out.find('\n', at);
+        ASSERT_GT(end - at, kStamp) << result.out;
+        texts.push_back(result.out.substr(at + kStamp, end - at - kStamp));
+        at = end + 1;
+    }
+    EXPECT_EQ(texts, (std::vector<std::string>{"one", "two", "three"}));
+}
+
+TEST_F(LogCommand, WriteFindsItsMessageWhateverItHolds) {
+    Expect({"log", "write", "a.log", ""}, 0, "");
+    Expect({"log", "write", "a.log", "two\nlines 😀 é 中"}, 0, "");
+    Expect({"log", "write", "a.log", "x", "--tag", "中 😀"}, 0, "");
+    const std::string bytes = Read(_T("a.log"));
+    EXPECT_NE(bytes.find("]two\r\nlines ? \xA8\xA6 \xD6\xD0\r\n"), std::string::npos);
+    EXPECT_NE(bytes.find("][\xD6\xD0 ?]x"), std::string::npos);
 }
 
 TEST_F(LogCommand, FollowOfAMissingFileIsAFileError) {

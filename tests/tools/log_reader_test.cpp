@@ -23,9 +23,10 @@ protected:
     void Add(const std::string& bytes) { Set(m_bytes + bytes); }
     Lines Read(LogReader::Rest rest = LogReader::Rest::WhenAtRest) {
         Lines lines;
-        for (const CString& line : reader.Read(rest)) {
+        reader.Read(rest, [&](const CString& line) {
             lines.push_back(kvttest::Utf8(line));
-        }
+            return true;
+        });
         return lines;
     }
 
@@ -51,12 +52,37 @@ TEST_F(LogReaderTest, LinesComeAsTheyEnd) {
 }
 
 TEST_F(LogReaderTest, ALineWithoutAnEndComesWhenTheFileIsAtRest) {
-    Add("\r\n[stamp]one");
-    EXPECT_EQ(Read(), Lines{""});
-    EXPECT_EQ(Read(), Lines{"[stamp]one"});
+    Add("one\r\ntwo");
+    EXPECT_EQ(Read(), Lines{"one"});
+    EXPECT_EQ(Read(), Lines{"two"});
     EXPECT_EQ(Read(), Lines{});
+    Add(" and more\r\nthree");
+    EXPECT_EQ(Read(LogReader::Rest::Included), (Lines{" and more", "three"}));
+}
+
+TEST_F(LogReaderTest, TheLineEndInFrontOfAMessageAddsNoLine) {
+    Add("\r\n[stamp]one");
+    EXPECT_EQ(Read(), Lines{});
+    EXPECT_EQ(Read(), Lines{"[stamp]one"});
     Add("\r\n[stamp]two");
-    EXPECT_EQ(Read(LogReader::Rest::Included), (Lines{"", "[stamp]two"}));
+    EXPECT_EQ(Read(LogReader::Rest::Included), Lines{"[stamp]two"});
+    Add("\r");
+    EXPECT_EQ(Read(), Lines{});
+    EXPECT_EQ(Read(), Lines{});
+    Add("\n[stamp]three\r\n\r\nfour\n");
+    EXPECT_EQ(Read(), (Lines{"[stamp]three", "", "four"})) << "an empty line is one";
+    Set("\r\n[stamp]new\r\n");
+    EXPECT_EQ(Read(), Lines{"[stamp]new"}) << "another file begins with one too";
+}
+
+TEST_F(LogReaderTest, LinesComeOneByOneUntilThereAreEnough) {
+    Add("one\ntwo\nthree\n");
+    Lines lines;
+    reader.Read(LogReader::Rest::Included, [&](const CString& line) {
+        lines.push_back(kvttest::Utf8(line));
+        return lines.size() < 2;
+    });
+    EXPECT_EQ(lines, (Lines{"one", "two"}));
 }
 
 TEST_F(LogReaderTest, AFileThatWasCutIsReadFromItsStart) {
@@ -99,6 +125,17 @@ TEST_F(LogReaderTest, OfALargeFileTheEndIsRead) {
     EXPECT_EQ(lines.front().substr(0, 5), "line ");
     EXPECT_EQ(bytes.substr(bytes.size() - lines.back().size() - 2), lines.back() + "\r\n");
     EXPECT_LT(lines.size(), 100000u);
+}
+
+TEST_F(LogReaderTest, ALineThatBeginsExactlyWhereTheEndDoesIsRead) {
+    const std::string end = "first" + std::string((1u << 20) - 6 - 5, 'x') + "\nlast\n";
+    ASSERT_EQ(end.size(), 1u << 20);
+    Set("before\n" + end);
+    EXPECT_EQ(reader.OpenNearEnd(), 0u);
+    const Lines lines = Read();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines.front().substr(0, 6), "firstx");
+    EXPECT_EQ(lines.back(), "last");
 }
 
 TEST_F(LogReaderTest, DamagedBytesNeverTakeALineEndWithThem) {

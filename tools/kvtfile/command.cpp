@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "tools/kvtfile/report.h"
+#include "tools/kvtfile/text_file.h"
 #include "tools/kvtfile/verbs.h"
 
 namespace kvtcommand {
@@ -91,6 +92,12 @@ int Run(std::vector<std::string> arguments) {
         return failure.Code();
     } catch (const std::exception& error) {
         ReportLine(error.what(), "Nothing was written.");
+        return exitFormat;
+    } catch (CFileException* error) {
+        const std::string what = (error->m_strFileName.IsEmpty() ? "" : Utf8(error->m_strFileName) + ": ") +
+                                 SystemText(static_cast<DWORD>(error->m_lOsError));
+        error->Delete();
+        ReportLine(what, kReadAdvice);
         return exitFormat;
     } catch (CException* error) {
         error->Delete();

@@ -56,7 +56,8 @@ DWORD LogReader::OpenNearEnd() {
     CFile file;
     DWORD error = ERROR_SUCCESS;
     if (OpenFile(file, error) && file.GetLength() > kNearEnd) {
-        m_position = file.GetLength() - kNearEnd;
+        // The byte before tells whether a line begins there.
+        m_position = file.GetLength() - kNearEnd - 1;
         m_skip = true;
     }
     return error;
@@ -76,19 +77,31 @@ void LogReader::Remember(const std::string& bytes) {
     m_before.erase(0, m_before.size() - std::min(m_before.size(), kCompared));
 }
 
-std::vector<CString> LogReader::Read(Rest rest) {
-    std::vector<CString> lines;
+void LogReader::BeginAnew() {
+    m_position = 0;
+    m_before.clear();
+    m_line.clear();
+    m_skip = false;
+    m_shown = true;
+}
+
+// Gives out what was read of a line. @return false: no more are wanted.
+bool LogReader::GiveOut(bool ended, const Use& use) {
+    const std::string line = std::exchange(m_line, std::string());
+    const bool skip = std::exchange(m_skip, !ended && m_skip);
+    const bool shown = std::exchange(m_shown, !ended);
+    return skip || (shown && (line.empty() || line == "\r")) || use(Decode(line));
+}
+
+void LogReader::Read(Rest rest, const Use& use) {
     m_replaced = false;
     CFile file;
     DWORD error = ERROR_SUCCESS;
     if (!OpenFile(file, error)) {
-        return lines;
+        return;
     }
     if (!IsSameFile(file)) {
-        m_position = 0;
-        m_before.clear();
-        m_line.clear();
-        m_skip = false;
+        BeginAnew();
         m_replaced = true;
     }
     file.Seek(static_cast<LONGLONG>(m_position), CFile::begin);
@@ -98,20 +111,15 @@ std::vector<CString> LogReader::Read(Rest rest) {
         for (size_t at = 0; at < bytes.size();) {
             const size_t end = std::min(bytes.find('\n', at), bytes.size());
             m_line.append(bytes, at, end - at);
-            if (end < bytes.size()) {
-                if (!m_skip) {
-                    lines.push_back(Decode(m_line));
-                }
-                m_skip = false;
-                m_line.clear();
+            if (end < bytes.size() && !GiveOut(true, use)) {
+                return;
             }
             at = end + 1;
         }
     }
-    if (!m_line.empty() && !m_skip && (rest == Rest::Included || !grew)) {
-        lines.push_back(Decode(std::exchange(m_line, std::string())));
+    if (!m_line.empty() && (rest == Rest::Included || !grew)) {
+        GiveOut(false, use);
     }
-    return lines;
 }
 
 }  // namespace kvtcommand

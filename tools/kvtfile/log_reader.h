@@ -2,8 +2,8 @@
 
 // A log file that others write to, read line by line as it grows.
 
+#include <functional>
 #include <string>
-#include <vector>
 
 #include "kvtfile/types.h"
 
@@ -25,8 +25,12 @@ public:
         WhenAtRest  ///< It is given out once the file has not grown since the last read.
     };
 
-    /// The lines that were added. A file that is not there just now has none.
-    std::vector<CString> Read(Rest rest);
+    /// Takes a line. @return Whether more are wanted.
+    using Use = std::function<bool(const CString& line)>;
+
+    /// Gives out the lines that were added, one by one. A file that is not there just now has none. A line end that
+    /// comes behind what was given out, or begins the file, adds no line: messages have theirs in front.
+    void Read(Rest rest, const Use& use);
 
     /// Whether the last read found the file cut or replaced.
     bool WasReplaced() const { return m_replaced; }
@@ -35,11 +39,14 @@ private:
     bool OpenFile(CFile& file, DWORD& error) const;
     bool IsSameFile(CFile& file);
     void Remember(const std::string& bytes);
+    void BeginAnew();
+    bool GiveOut(bool ended, const Use& use);
 
     CString m_path;
     ULONGLONG m_position = 0;
     std::string m_before;  // the bytes before the position, as far as they are compared
-    std::string m_line;    // a line that has not ended
+    std::string m_line;    // what was read of a line that has not ended, and not given out
+    bool m_shown = true;   // nothing of that line is missing but what stands in m_line
     bool m_skip = false;   // the line in whose middle the reading began
     bool m_replaced = false;
 };

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <deque>
 #include <utility>
 
 #include "kvtfile/LogFile.h"
@@ -17,6 +18,7 @@ namespace {
 using kvtfile::CFLogFile;
 using kvtfile::LOG;
 
+constexpr UINT kCodePage = 936;
 constexpr DWORD kPause = 50;  // milliseconds between two looks at a file
 
 struct WriteOptions {
@@ -54,18 +56,74 @@ ULONGLONG SizeOf(const FileName& file) {
     return log.GetLength();
 }
 
-/// Writes by the process's log, which keeps silent about failures: what it wrote shows in the size.
+/// What stands behind the stamp of a message, as its bytes in a log.
+std::string BehindStamp(const WriteOptions& options) {
+    CString text = _T("]");
+    if (!options.tag.empty()) {
+        text += _T("[") + Wide(options.tag) + _T("]");
+    }
+    text += Wide(options.text);
+    text.Replace(_T("\n"), _T("\r\n"));
+    CString plain;
+    for (int i = 0; i < text.GetLength(); ++i) {
+        // The code page has no character of two units; each is one "?".
+        const bool pair = (text[i] & 0xFC00) == 0xD800;
+        plain.AppendChar(pair ? _T('?') : text[i]);
+        i += pair ? 1 : 0;
+    }
+    return plain.ToCodePage(kCodePage);
+}
+
+/// Whether a log holds these bytes behind a size that it had; one that is shorter by now is searched whole. One that
+/// may not be read is judged by its size.
+bool HoldsBehind(const FileName& file, ULONGLONG size, const std::string& bytes) {
+    CFile log;
+    if (!log.Open(file.full, CFile::modeRead | CFile::shareDenyNone)) {
+        return SizeOf(file) > size;
+    }
+    const ULONGLONG length = log.GetLength();
+    const ULONGLONG start = length < size ? 0 : size;
+    std::string added(static_cast<size_t>(length - start), '\0');
+    log.Seek(static_cast<LONGLONG>(start), CFile::begin);
+    added.resize(log.Read(added.data(), static_cast<UINT>(added.size())));
+    return added.find(bytes) != std::string::npos;
+}
+
+/// Writes by the process's log, which keeps silent about failures: the message has to be found in what was added, also
+/// when others write at the same time.
 void WriteMessage(const FileName& file, const WriteOptions& options) {
     const ULONGLONG before = SizeOf(file);
     LOG::SetPrefix(Wide(options.prefix));
     LOG::SetLogFile(file.full);
     LOG::Out0(Wide(options.tag), _T("%s"), Wide(options.text).GetString());
-    if (SizeOf(file) <= before) {
+    if (!HoldsBehind(file, before, BehindStamp(options))) {
         throw CannotWrite(file, "the message could not be written");
     }
 }
 
+/// The turn that `LOG` takes for a message, here for a line.
+class Turn {
+public:
+    Turn() : m_event(::CreateEventW(nullptr, FALSE, TRUE, _T("VekLogWrite"))) {
+        if (m_event) {
+            ::WaitForSingleObject(m_event, INFINITE);
+        }
+    }
+    ~Turn() {
+        if (m_event) {
+            ::SetEvent(m_event);
+            ::CloseHandle(m_event);
+        }
+    }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+
+private:
+    HANDLE m_event;
+};
+
 void WriteLine(const FileName& file, const WriteOptions& options) {
+    const Turn turn;
     SizeOf(file);
     // Closing would end the log with an empty line.
     class Line : public CFLogFile {
@@ -96,14 +154,12 @@ class Printer {
 public:
     explicit Printer(const FollowOptions& options) : m_json(options.json), m_left(options.lines) {}
 
-    void Show(const std::vector<CString>& lines, size_t from = 0) {
-        for (size_t i = from; i < lines.size() && !m_done; ++i) {
-            Print(m_json ? Json{{"line", Utf8(lines[i])}}.dump(-1, ' ', false, Json::error_handler_t::replace)
-                         : Utf8(lines[i]));
-            m_done = m_left == 1;
-            m_left -= m_left > 0 ? 1 : 0;
-        }
-        FlushOutput();
+    /// @return Whether more are wanted.
+    bool Show(const CString& line) {
+        Print(m_json ? Json{{"line", Utf8(line)}}.dump(-1, ' ', false, Json::error_handler_t::replace) : Utf8(line));
+        m_done = m_left == 1;
+        m_left -= m_left > 0 ? 1 : 0;
+        return !m_done;
     }
 
     bool IsDone() const { return m_done; }
@@ -121,16 +177,35 @@ void Follow(const FollowOptions& options) {
         throw Failure(exitFormat, file.given + ": " + SystemText(error), kReadAdvice);
     }
     Printer printer(options);
-    std::vector<CString> lines = log.Read(LogReader::Rest::Included);
-    const size_t shown = options.all ? lines.size() : std::min(lines.size(), options.last);
-    printer.Show(lines, lines.size() - shown);
+    const auto show = [&](const CString& line) { return printer.Show(line); };
+    if (options.all) {
+        log.Read(LogReader::Rest::Included, show);
+    } else {
+        std::deque<CString> lines;
+        log.Read(LogReader::Rest::Included, [&](const CString& line) {
+            lines.push_back(line);
+            if (lines.size() > options.last) {
+                lines.pop_front();
+            }
+            return true;
+        });
+        static_cast<void>(std::all_of(lines.begin(), lines.end(), show));
+    }
+    FlushOutput();
     while (!options.once && !printer.IsDone()) {
         ::Sleep(kPause);
-        lines = log.Read(LogReader::Rest::WhenAtRest);
-        if (log.WasReplaced()) {
-            Note(file.given + ": the file was cut or replaced; showing it from its start");
-        }
-        printer.Show(lines);
+        bool told = false;
+        const auto tell = [&] {
+            if (log.WasReplaced() && !std::exchange(told, true)) {
+                Note(file.given + ": the file was cut or replaced; showing it from its start");
+            }
+        };
+        log.Read(LogReader::Rest::WhenAtRest, [&](const CString& line) {
+            tell();
+            return printer.Show(line);
+        });
+        tell();
+        FlushOutput();
     }
 }
 

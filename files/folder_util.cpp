@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "kvtfile/FileUtil.h"
+#include "platform/io/folders.h"
 #include "platform/quiet.h"
 #include "platform/shell_calls.h"
 
@@ -20,8 +21,16 @@ bool IsSeparator(WCHAR unit) {
 }
 
 bool IsFolder(const CString& path) {
-    const DWORD attributes = ::GetFileAttributesW(path);
+    const DWORD attributes = ::GetFileAttributesW(kvtio::LongForm(path).c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+bool Exists(const CString& path) {
+    return ::GetFileAttributesW(kvtio::LongForm(path).c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+void MakeFolder(const CString& path) {
+    ::CreateDirectoryW(kvtio::LongForm(path).c_str(), nullptr);
 }
 
 // Whether the path up to `end` is a level that can be made: not nothing, and not a drive alone.
@@ -35,13 +44,15 @@ int FileExist(LPCWSTR path) {
     if (!path) {
         return 0;
     }
-    WIN32_FIND_DATAW found;
-    const HANDLE find = ::FindFirstFileW(path, &found);
-    if (find == INVALID_HANDLE_VALUE) {
-        return 0;
-    }
-    ::FindClose(find);
-    return 1;
+    return Quiet(0, [&] {
+        WIN32_FIND_DATAW found;
+        const HANDLE find = ::FindFirstFileW(kvtio::LongForm(path).c_str(), &found);
+        if (find == INVALID_HANDLE_VALUE) {
+            return 0;
+        }
+        ::FindClose(find);
+        return 1;
+    });
 }
 
 int FIsDirectory(CString path) {
@@ -64,7 +75,7 @@ int CreateMDirectory(LPCWSTR path) {
             if (ends && IsLevel(whole, at)) {
                 last = whole.Left(at);
                 if (!FileExist(last)) {
-                    ::CreateDirectoryW(last, nullptr);
+                    MakeFolder(last);
                 }
             }
         }
@@ -82,16 +93,16 @@ int FMakeSurePathExists(LPCWSTR path, int bIsFilePath) {
         for (int at = 1; at < whole.GetLength(); ++at) {
             if (IsSeparator(whole[at])) {
                 folder = whole.Left(at);
-                ::CreateDirectoryW(folder, nullptr);
+                MakeFolder(folder);
             }
         }
         if (!bIsFilePath) {
-            ::CreateDirectoryW(whole, nullptr);
+            MakeFolder(whole);
             folder = whole;
         } else if (folder.IsEmpty()) {
             return 1;
         }
-        return IsFolder(folder) ? 1 : 0;
+        return Exists(folder) ? 1 : 0;
     });
 }
 

@@ -4,6 +4,7 @@
 
 #include "kvtfile/FileBase.h"
 #include "kvtfile/FileUtil.h"
+#include "platform/io/folders.h"
 #include "platform/io/safe_save.h"
 #include "platform/mfc/codepage936.h"
 #include "platform/quiet.h"
@@ -29,7 +30,7 @@ int ReplaceText(LPCWSTR path, Write write) {
     }
     return Quiet(FAILED, [&] {
         kvtio::SafeSave file;
-        if (file.Open(path, kvtio::SafeSave::Mode::Replace) != ERROR_SUCCESS) {
+        if (file.Open(kvtio::LongForm(path).c_str(), kvtio::SafeSave::Mode::Replace) != ERROR_SUCCESS) {
             return FAILED;
         }
         std::string bytes;
@@ -54,7 +55,7 @@ int ReadData(LPCWSTR file, CStringArray& lines) {
     }
     return Quiet(FAILED, [&] {
         CFStdioFile text;
-        if (!text.Open(file, CFile::modeRead | CFile::shareDenyNone)) {
+        if (!text.Open(kvtio::LongForm(file).c_str(), CFile::modeRead | CFile::shareDenyNone)) {
             return FAILED;
         }
         CStringArray read;

@@ -6,6 +6,7 @@
 #include "kvtfile/FileUtil.h"
 #include "kvtfile/LogFile.h"
 #include "platform/companion/pmxutil.h"
+#include "platform/io/folders.h"
 #include "platform/quiet.h"
 
 namespace kvtfile {
@@ -44,8 +45,9 @@ int CFLogFile::OpenFile(CString strPath) {
     }
     FMakeSurePathExists(m_strPath, 1);
     m_bOpen = Quiet(0, [&] {
-        return m_file.Open(m_strPath, OPEN_FLAGS) ||
-                       m_file.Open(m_strPath, OPEN_FLAGS | CFile::modeCreate | CFile::modeNoTruncate)
+        const kvtio::Path path = kvtio::LongForm(m_strPath);
+        return m_file.Open(path.c_str(), OPEN_FLAGS) ||
+                       m_file.Open(path.c_str(), OPEN_FLAGS | CFile::modeCreate | CFile::modeNoTruncate)
                    ? 1
                    : 0;
     });

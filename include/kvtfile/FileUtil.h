@@ -6,8 +6,8 @@
 ///
 /// Conventions of this header. Paths are wide texts with "\" as separator; where the functions cut a path by text, "/"
 /// counts too unless they say otherwise. Functions that return an `int` give 1 for success and 0 for failure, unless
-/// they say otherwise, and take a null pointer as a failure. Nothing is thrown but the file exceptions of three
-/// functions that say so: memory that runs out is a failure too (an empty text). The functions keep nothing between
+/// they say otherwise, and take a null pointer as a failure. Nothing is thrown but by three functions that say so:
+/// memory that runs out is a failure too (an empty text). The functions keep nothing between
 /// calls and may be called by several threads at once.
 
 #include "kvtfile/CadHost.h"
@@ -57,14 +57,14 @@ KVTFILE_API int FIsDirectory(CString path);
 
 /// Makes a folder and those above it that are missing.
 /// @return 0 when the folder is not there afterwards (a file has its place, no right, a bad name), and for a path of
-/// 260
-///         units or more: the folders that its first 259 units complete are made all the same. 1 otherwise, also for an
-///         empty path and for a drive's root alone, which are not looked at.
+///         260 units or more: the folders that its first 259 units complete are made all the same. 1 otherwise, also
+///         for an empty path and for a drive's root alone, which are not looked at.
 KVTFILE_API int CreateMDirectory(LPCWSTR path);
 
 /// Makes the folders that a path needs, whatever its length; a level that cannot be made is no failure by itself.
 /// @param bIsFilePath 0: the path is a folder, made too. Otherwise it is a file's, whose folder is made.
-/// @return Whether the folder is there afterwards; 1 for a file's path without a separator behind its first character.
+/// @return Whether something is there afterwards under the folder's path (a file in its place counts too); 1 for a
+///         file's path without a separator behind its first character.
 KVTFILE_API int FMakeSurePathExists(LPCWSTR path, int bIsFilePath);
 
 /// Deletes for good through the shell, without dialogs for progress or confirmation: a file, a folder with all that is
@@ -73,13 +73,16 @@ KVTFILE_API int FMakeSurePathExists(LPCWSTR path, int bIsFilePath);
 KVTFILE_API int DelFile(CString path);
 
 /// A file's last-write time as local time, converted with the offset from UTC that was in force at that time.
-/// @param path A file, or a folder where the system opens folders as files. It is opened for reading, sharing reading
-///        alone: a file that is open for writing fails.
+/// @param path A file; a folder fails. It is opened for reading, sharing reading alone: a file that is open for
+///        writing fails (off Windows: that this process has open).
 /// @param t Whole seconds; unchanged on failure. A stamp that no `COleDateTime` holds gives an invalid one and 1.
 KVTFILE_API int FGetFileTime(CString path, COleDateTime& t);
 
 /// Sets a file's creation, last-access and last-write time, as far as the file system keeps them.
 /// @param t Local time; one that is not valid, or before 1601, is refused.
+/// @return 1 when the last-write time is `t`, to two seconds; 0 also where the file system holds no such time: the
+/// times
+///         are then as they were.
 KVTFILE_API int FSetFileTime(CString path, COleDateTime t);
 
 /// Appends the name (without its path) of every entry that matches a pattern, in the order found; "." and ".." and
@@ -95,8 +98,9 @@ KVTFILE_API int FindFile(CStringArray& names, LPCWSTR pattern);
 /// @return 1 when something matches the pattern, also when all of it was left out.
 KVTFILE_API int FindFile(CStringArray& names, LPCWSTR pattern, CStringArray& times, COleDateTime* after);
 
-/// Copies files into a folder, over files of the same name. A copy that is read-only gets the attributes 0xA0 (archive,
-/// normal). A file that cannot be copied is passed over; what stood in its place stays.
+/// Copies files into a folder, over files of the same name, with attributes and last-write time. A file that cannot be
+/// copied, or not whole, is passed over: what stood in its place stays. What is read-only in that place afterwards, a
+/// file that was not copied over for that reason too, gets the attributes 0xA0 (archive, normal).
 /// @param destDir The names (`GetFnameFromFullFileName`) are put right behind it: let it end in "\".
 KVTFILE_API void CopyFileArr(CStringArray& files, CString destDir);
 
@@ -142,11 +146,12 @@ KVTFILE_API CString GetAppPath();
 /// The folder of a loaded module, ending in "\"; null is the program. Empty for what is no module.
 KVTFILE_API CString GetAppPath(HINSTANCE h);
 
-/// The system's own folders, ending in "\". A failure of the system throws `CFileException*`.
+/// The system's own folders, ending in "\". A failure of the system throws `CFileException*`, memory that runs out
+/// `CMemoryException*`.
 KVTFILE_API CString GetSystemPath();
 KVTFILE_API CString GetWindowsPath();
 
-/// The user's folder for temporary files, ending in "\". @return 1; a failure of the system throws `CFileException*`.
+/// The user's folder for temporary files, ending in "\". @return 1; throws as the two above, `out` then unchanged.
 KVTFILE_API int GetTempPathW(CString& out);
 
 /// The process's current folder, without a separator at its end but for a drive's root; empty when there is none.
@@ -176,8 +181,7 @@ KVTFILE_API CString ExpandShortcut(CString& lnk);
 ///        optical disc, 12 disk in memory, 13 network, 14 computers of a network, 15 this computer, 16 printer, 17
 ///        computers around. Any other is 0.
 /// @return The caller's icon, to be released with DestroyIcon (`kvtmfc::GetIconPixels` gives its pixels); null when
-/// there is
-///         none.
+///         there is none.
 KVTFILE_API HICON GetTypeIcon(CString path, int kind, bool bSmall);
 
 }  // namespace kvtfile

@@ -15,9 +15,10 @@ namespace kvtfile {
 
 /// A log file of lines, with or without a time stamp, that is kept open from the first line to `CloseFile`.
 ///
-/// Each line is handed to the system at once, and goes to the end of the file whatever others have done with it; one
-/// that cannot be written whole is taken back. While the file is open others may read it, not write. Nothing is thrown.
-/// One object is used by one thread at a time; it is not copyable.
+/// Each line is handed to the system at once, and goes where the file ends at that moment; one that cannot be written
+/// whole is taken back. While the file is open others may read it, not write: on Windows no program can, elsewhere no
+/// object of this process. There, other processes that write at the same moment may write over a line: logs that
+/// processes share are for `LOG`. Nothing is thrown. One object is used by one thread at a time; it is not copyable.
 class KVTFILE_API CFLogFile {
 public:
     /// A closed log without a path.

@@ -5,6 +5,7 @@
 
 #include "platform/io/appender.h"
 #include "platform/io/faults.h"
+#include "platform/io/folders.h"
 
 namespace kvtio {
 
@@ -57,11 +58,13 @@ private:
     bool m_locked = false;
 };
 
-// Takes back what was written of a record.
-void TakeBack(HANDLE file, LONGLONG start) {
+// Takes back what was written of a record, unless somebody who takes no lock has written besides.
+void TakeBack(HANDLE file, LONGLONG start, size_t written) {
     LARGE_INTEGER position;
     position.QuadPart = start;
-    if (::SetFilePointerEx(file, position, nullptr, FILE_BEGIN)) {
+    LARGE_INTEGER size;
+    if (::GetFileSizeEx(file, &size) && size.QuadPart == start + static_cast<LONGLONG>(written) &&
+        ::SetFilePointerEx(file, position, nullptr, FILE_BEGIN)) {
         ::SetEndOfFile(file);
     }
 }
@@ -83,7 +86,7 @@ Error Write(LPCWSTR path, HANDLE file, const char* bytes, size_t count) {
         }
         if (error) {
             if (written != 0 && measured) {
-                TakeBack(file, start.QuadPart);
+                TakeBack(file, start.QuadPart, written);
             }
             return error;
         }
@@ -100,7 +103,7 @@ Error Appender::Append(const void* bytes, size_t count) {
     if (const Error error = AskHook(Call::Open, m_path.c_str())) {
         return Report(error);
     }
-    OpenLog log(m_path.c_str());
+    OpenLog log(LongForm(m_path.c_str()).c_str());
     if (!log.IsOpen()) {
         return ::GetLastError();
     }

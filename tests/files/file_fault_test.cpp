@@ -3,6 +3,7 @@
 #include <string>
 
 #include "kvtfile/FileBase.h"
+#include "kvtfile/FileUtil.h"
 #include "platform/io/io.h"
 #include "tests/support/support.h"
 
@@ -88,6 +89,33 @@ TEST(FileFaults, ALoadThatFailsIsFalse) {
         g_callsLeft = call;
         EXPECT_FALSE(base.ReadFile(path)) << "call " << call;
     }
+}
+
+TEST(FileFaults, ACopyThatFailsAnywhereLeavesWhatStoodInItsPlace) {
+    const TestFolder folder;
+    const CString target = folder.Path(_T("to\\a.dat"));
+    kvttest::MakeFolders(folder.Path(_T("to")));
+    const std::string whole(100000, 'n');
+    WriteBytes(folder.Path(_T("a.dat")), whole);
+    CStringArray files;
+    files.Add(folder.Path(_T("a.dat")));
+    int refused = 0;
+    for (int call = 0; g_failed || call == 0; ++call) {
+        WriteBytes(target, "old content");
+        {
+            const Faults faults(FailOnce);
+            g_callsLeft = call;
+            g_failed = false;
+            kvtfile::CopyFileArr(files, folder.Path(_T("to\\")));
+        }
+        const std::string bytes = ReadBytes(target);
+        EXPECT_TRUE(bytes == whole || (g_failed && bytes == "old content")) << "call " << call;
+        refused += bytes != whole;
+        CStringArray names;
+        kvtfile::FindFile(names, folder.Path(_T("to\\*")));
+        EXPECT_EQ(names.GetSize(), 3) << "call " << call;
+    }
+    EXPECT_GE(refused, 3);
 }
 
 TEST(FileFaults, TextThatCannotBeWrittenIsTold) {

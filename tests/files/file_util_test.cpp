@@ -97,6 +97,44 @@ TEST(FileTime, AReadOnlyFilesTimeIsRead) {
     EXPECT_EQ(Text(time), Text(before));
 }
 
+TEST(FileTime, AReadOnlyFilesTimeIsSet) {
+    const TestFolder folder;
+    const CString path = folder.Path(_T("a.txt"));
+    WriteBytes(path, "x");
+    ASSERT_TRUE(::SetFileAttributesW(path, FILE_ATTRIBUTE_READONLY));
+    EXPECT_EQ(kvtfile::FSetFileTime(path, COleDateTime(2001, 2, 3, 4, 5, 6)), 1);
+    COleDateTime time;
+    EXPECT_EQ(kvtfile::FGetFileTime(path, time), 1);
+    EXPECT_EQ(Text(time), "2001-02-03 04:05:06");
+}
+
+TEST(FileTime, AFoldersTimeIsSetButNotRead) {
+    const TestFolder folder;
+    const CString path = folder.Path(_T("sub"));
+    kvttest::MakeFolders(path);
+    EXPECT_EQ(kvtfile::FSetFileTime(path, COleDateTime(2001, 2, 3, 4, 5, 6)), 1);
+    CStringArray names;
+    CStringArray times;
+    EXPECT_EQ(kvtfile::FindFile(names, path, times, nullptr), 1);
+    EXPECT_EQ(Texts(times), Names{"2001-02-03 04:05"});
+    COleDateTime time(2024, 5, 6, 7, 8, 9);
+    EXPECT_EQ(kvtfile::FGetFileTime(path, time), 0) << "no file";
+    EXPECT_EQ(Text(time), "2024-05-06 07:08:09");
+}
+
+TEST(FileTime, ATimeThatTheFileSystemCannotKeepIsAFailure) {
+    const TestFolder folder;
+    const CString path = folder.Path(_T("a.txt"));
+    WriteBytes(path, "x");
+    const COleDateTime now(2024, 5, 6, 7, 8, 9);
+    const COleDateTime latest(9998, 12, 31, 23, 59, 59);
+    ASSERT_EQ(kvtfile::FSetFileTime(path, now), 1);
+    const int set = kvtfile::FSetFileTime(path, latest);
+    COleDateTime kept;
+    ASSERT_EQ(kvtfile::FGetFileTime(path, kept), 1);
+    EXPECT_EQ(Text(kept), Text(set ? latest : now));
+}
+
 TEST(FileTime, FailuresLeaveTheTimeAlone) {
     const TestFolder folder;
     COleDateTime time(2024, 5, 6, 7, 8, 9);
@@ -242,6 +280,51 @@ TEST(CopyFileArr, TheCopyOfAReadOnlyFileMayBeWritten) {
     const DWORD attributes = ::GetFileAttributesW(folder.Path(_T("to\\a.txt")));
     EXPECT_EQ(attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_ARCHIVE), DWORD{FILE_ATTRIBUTE_ARCHIVE});
     EXPECT_TRUE(::GetFileAttributesW(from) & FILE_ATTRIBUTE_READONLY);
+}
+
+TEST(CopyFileArr, AReadOnlyTargetStaysWhatItIsAndMayBeWrittenThen) {
+    const TestFolder folder;
+    kvttest::MakeFolders(folder.Path(_T("to")));
+    WriteBytes(folder.Path(_T("a.txt")), "new");
+    WriteBytes(folder.Path(_T("to\\a.txt")), "old");
+    ASSERT_TRUE(::SetFileAttributesW(folder.Path(_T("to\\a.txt")), FILE_ATTRIBUTE_READONLY));
+    CStringArray files;
+    files.Add(folder.Path(_T("a.txt")));
+    kvtfile::CopyFileArr(files, folder.Path(_T("to\\")));
+    EXPECT_EQ(ReadBytes(folder.Path(_T("to\\a.txt"))), "old");
+    EXPECT_FALSE(::GetFileAttributesW(folder.Path(_T("to\\a.txt"))) & FILE_ATTRIBUTE_READONLY);
+    kvtfile::CopyFileArr(files, folder.Path(_T("to\\")));
+    EXPECT_EQ(ReadBytes(folder.Path(_T("to\\a.txt"))), "new");
+}
+
+TEST(CopyFileArr, ACopyHasTheTimeOfItsSource) {
+    const TestFolder folder;
+    kvttest::MakeFolders(folder.Path(_T("to")));
+    WriteBytes(folder.Path(_T("a.txt")), "new");
+    ASSERT_EQ(kvtfile::FSetFileTime(folder.Path(_T("a.txt")), COleDateTime(2001, 2, 3, 4, 5, 6)), 1);
+    CStringArray files;
+    files.Add(folder.Path(_T("a.txt")));
+    for (const char* over : {"nothing", "a file"}) {
+        kvtfile::CopyFileArr(files, folder.Path(_T("to\\")));
+        COleDateTime time;
+        EXPECT_EQ(kvtfile::FGetFileTime(folder.Path(_T("to\\a.txt")), time), 1);
+        EXPECT_EQ(Text(time), "2001-02-03 04:05:06") << over;
+        WriteBytes(folder.Path(_T("to\\a.txt")), "old");
+    }
+}
+
+TEST(CopyFileArr, LargeFilesAreCopiedWhole) {
+    const TestFolder folder;
+    kvttest::MakeFolders(folder.Path(_T("to")));
+    CStringArray files;
+    files.Add(folder.Path(_T("a.txt")));
+    WriteBytes(folder.Path(_T("to\\a.txt")), "old");
+    for (const size_t size : {size_t{1} << 18, (size_t{1} << 19) + 1, size_t{0}}) {
+        const std::string bytes(size, 'x');
+        WriteBytes(folder.Path(_T("a.txt")), bytes);
+        kvtfile::CopyFileArr(files, folder.Path(_T("to\\")));
+        EXPECT_TRUE(ReadBytes(folder.Path(_T("to\\a.txt"))) == bytes) << size;
+    }
 }
 
 TEST(CopyFileArr, TheNameIsPutRightBehindTheFolder) {

@@ -1,6 +1,7 @@
 // Whether files and folders are there, and the making of folders.
 
 #include "kvtfile/FileUtil.h"
+#include "kvtfile/LogFile.h"
 #include "tests/support/support.h"
 
 namespace {
@@ -74,6 +75,52 @@ TEST(FolderUtil, CreateMDirectoryRefuses260Units) {
     EXPECT_EQ(kvtfile::CreateMDirectory(CString(_T('a'), 5000)), 0);
 }
 
+TEST(FolderUtil, CreateMDirectoryTakes259Units) {
+    const TestFolder folder;
+    const CString first = folder.Path(CString(_T('a'), 100));
+    const CString path = first + _T("\\") + CString(_T('b'), 258 - first.GetLength());
+    ASSERT_EQ(path.GetLength(), 259);
+    EXPECT_EQ(kvtfile::CreateMDirectory(path), 1);
+    EXPECT_EQ(kvtfile::FMakeSurePathExists(path, 0), 1);
+}
+
+TEST(FolderUtil, LongPathsAreMadeAndFound) {
+    const TestFolder folder;
+    CString path = folder.Path();
+    for (int i = 0; i < 4; ++i) {
+        path += _T("\\") + CString(_T('a'), 100);
+    }
+    EXPECT_EQ(kvtfile::FileExist(path), 0);
+    EXPECT_EQ(kvtfile::FMakeSurePathExists(path, 0), 1);
+    EXPECT_EQ(kvtfile::FileExist(path), 1);
+    const CString lines = path + _T("\\lines.txt");
+    CStringArray text;
+    text.Add(_T("one"));
+    EXPECT_EQ(kvtfile::WriteData(lines, text), 1);
+    EXPECT_EQ(kvtfile::FileExist(lines), 1);
+    EXPECT_EQ(kvtfile::ReadData(lines, text), 1);
+    EXPECT_EQ(text.GetSize(), 2);
+    COleDateTime time;
+    EXPECT_EQ(kvtfile::FSetFileTime(lines, COleDateTime(2024, 2, 29, 12, 0, 0)), 1);
+    EXPECT_EQ(kvtfile::FGetFileTime(lines, time), 1);
+    EXPECT_EQ(time.Format(_T("%Y-%m-%d")), _T("2024-02-29"));
+    CStringArray names;
+    EXPECT_EQ(kvtfile::FindFile(names, path + _T("\\*.txt")), 1);
+    ASSERT_EQ(names.GetSize(), 1);
+    EXPECT_EQ(names[0], _T("lines.txt"));
+    CStringArray files;
+    files.Add(lines);
+    kvtfile::CopyFileArr(files, path + _T("\\copy of "));
+    kvtfile::CopyFileArr(files, path + _T("\\copy of "));
+    EXPECT_EQ(kvtfile::FileExist(path + _T("\\copy of lines.txt")), 1);
+    kvtfile::CFLogFile log(path + _T("\\a.log"));
+    EXPECT_EQ(log.WriteString(_T("text")), 1);
+    EXPECT_EQ(kvtfile::LOG::SetLogFile(path + _T("\\b.log")), 1);
+    kvtfile::LOG::Out(_T("text"));
+    kvtfile::LOG::SetLogFile(nullptr);
+    EXPECT_EQ(kvtfile::FileExist(path + _T("\\b.log")), 1);
+}
+
 TEST(FolderUtil, MakeSurePathExistsMakesTheFolderOfAFile) {
     const TestFolder folder;
     EXPECT_EQ(kvtfile::FMakeSurePathExists(folder.Path(_T("a\\b/file.txt")), 1), 1);
@@ -107,7 +154,8 @@ TEST(FolderUtil, MakeSurePathExistsFailsWhereAFileIsInTheWay) {
     WriteBytes(folder.Path(_T("file")), "x");
     EXPECT_EQ(kvtfile::FMakeSurePathExists(folder.Path(_T("file\\sub")), 0), 0);
     EXPECT_EQ(kvtfile::FMakeSurePathExists(folder.Path(_T("file\\sub\\f")), 1), 0);
-    EXPECT_EQ(kvtfile::FMakeSurePathExists(folder.Path(_T("file\\f")), 1), 0);
+    EXPECT_EQ(kvtfile::FMakeSurePathExists(folder.Path(_T("file\\f")), 1), 1) << "what stands before the name exists";
+    EXPECT_EQ(kvtfile::FMakeSurePathExists(folder.Path(_T("file")), 0), 1);
     EXPECT_EQ(kvttest::ReadBytes(folder.Path(_T("file"))), "x");
 }
 

@@ -62,8 +62,8 @@ public:
     /// The text of the progress dialog. Null is an empty text.
     void SetProgressDlgTitle(LPCWSTR pszTitle);
 
-    /// Whether the last run, after it had begun, left something undone, because of an answer or a failure. A run that is
-    /// refused at its beginning has only a result: look at both.
+    /// Whether the last run, after it had begun, left something undone, because of an answer or a failure. A run that
+    /// is refused at its beginning has only a result: look at both.
     BOOL AnyOperationsAborted() const { return m_rFOS.fAnyOperationsAborted; }
 
     /// Runs the operation. It waits for its end; the lists stay, so that it can be run again.

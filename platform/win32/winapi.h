@@ -171,8 +171,8 @@ KVTFILE_API UINT GetTempFileNameW(LPCWSTR folder, LPCWSTR prefix, UINT unique, L
 /// @param size In: the buffer's room. Out: the length; error 111: the room needed, the NUL included.
 KVTFILE_API BOOL GetComputerNameW(LPWSTR buffer, LPDWORD size);
 
-/// A text with every `%NAME%` of a variable that Windows sets (SystemRoot, ProgramFiles, USERPROFILE, ...) replaced by its
-/// value, a path in the prefix; other names stay as they stand.
+/// A text with every `%NAME%` of a variable that Windows sets (SystemRoot, ProgramFiles, USERPROFILE, ...) replaced by
+/// its value, a path in the prefix; other names stay as they stand.
 /// @return Characters of the result, the NUL included; `buffer` is unchanged when it holds fewer.
 KVTFILE_API DWORD ExpandEnvironmentStringsW(LPCWSTR text, LPWSTR buffer, DWORD size);
 
@@ -188,10 +188,10 @@ KVTFILE_API DWORD ExpandEnvironmentStringsW(LPCWSTR text, LPWSTR buffer, DWORD s
 ///
 /// FOF_MULTIDESTFILES, FOF_FILESONLY (of what a wildcard matches), FOF_RENAMEONCOLLISION ("x - Copy.txt", "x (2).txt"
 /// for a move), FOF_NOCONFIRMATION, FOF_NOCONFIRMMKDIR, FOF_NOERRORUI, FOF_NOCOPYSECURITYATTRIBS and FOF_NORECURSION
-/// have their meaning; there are no dialogs of progress and no name mappings. Questions that Windows would ask go to the
-/// handler of message boxes; without one the answer is No. FOF_ALLOWUNDO moves what is deleted to the desktop's trash;
-/// where there is none, the user is asked whether to delete for good, and with FOF_NOCONFIRMATION it stays (error 17),
-/// unless FOF_WANTNUKEWARNING lets the user be asked all the same.
+/// have their meaning; there are no dialogs of progress and no name mappings. Questions that Windows would ask go to
+/// the handler of message boxes; without one the answer is No. FOF_ALLOWUNDO moves what is deleted to the desktop's
+/// trash; where there is none, the user is asked whether to delete for good, and with FOF_NOCONFIRMATION it stays
+/// (error 17), unless FOF_WANTNUKEWARNING lets the user be asked all the same.
 /// @return 0: all of it is done. Else an error number of the system or of the shell: 0x71 source and target are one,
 ///         0x72 several sources for one target, 0x73 renaming into another folder, 0x74 a drive's root, 0x75 an answer
 ///         was No, 0x76 the target lies inside the source, 0x79 a path is too long, 0x7A targets that do not pair with

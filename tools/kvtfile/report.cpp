@@ -68,7 +68,7 @@ std::string WithSeparators(unsigned long long number) {
     std::string text = std::to_string(number);
     for (size_t at = text.size(); at > 3;) {
         at -= 3;
-        text.insert(at, ",");
+        text.insert(at, 1, ',');
     }
     return text;
 }
